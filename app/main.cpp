@@ -1,0 +1,5 @@
+#include "app/fwvet.h"
+
+int main(int argc, char** argv) {
+  return fwvet_main(argc, argv);
+}
