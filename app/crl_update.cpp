@@ -89,7 +89,7 @@ LUMO_CRL_PERIOD_STAT Compare(const OwnedBytes& root, CrlBytes offered, CrlBytes 
 void ReportResult(LUMO_CRL_PERIOD_STAT stat) {
   constexpr std::array<const char*, 4> kResults{kCompareSame, kCompareNew, kCompareOld, kCompareMix};
   cmsdebug(kCompareResult);
-  if (stat < kResults.size()) cmsdebug("%s", kResults[stat]);
+  cmsdebug("%s", kResults[stat]);
 }
 
 bool ReadPackageCrl(const char* path, TrailerBlock* crl) {

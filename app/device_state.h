@@ -46,7 +46,8 @@ unsigned long BSP_ApiRomPiecesRead(const char* pcPieceName, unsigned long ulOffs
 
 /// Writes `ulLen` bytes at `ulOffset` of a piece file and flushes both areas; see BSP_VfsPiecesFileWrite.
 unsigned long BSP_ApiRomPiecesWrite(const char* pcPieceName, unsigned long ulOffset,
-                                    unsigned char* pucRamBuff, unsigned long ulLen, unsigned long* pulActLen);
+                                    const unsigned char* pucRamBuff, unsigned long ulLen,
+                                    unsigned long* pulActLen);
 
 /// Deletes a piece file and flushes both areas; see BSP_VfsPiecesFileDelete.
 unsigned long BSP_ApiRomPiecesDelete(const char* pcPieceName);
