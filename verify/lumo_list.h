@@ -41,8 +41,6 @@ struct LumoListOf {
   void free_each(const LUMO_VRF* pVrf) {
     lumo_list_free(pVrf, &raw, [](const LUMO_VRF* vrf, void* item) { Release(vrf, static_cast<T*>(item)); });
   }
-
-  T* const* begin() const = delete;  // elements are untyped in memory: walk by index
 };
 
 #endif

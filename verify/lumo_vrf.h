@@ -12,7 +12,7 @@ struct LUMO_VERIFY_DIGEST_INFO {
   TEV_BYTE pbDigest[kMaxDigest];
   TEV_UINT32 nDigestSize;  ///< bytes used in pbDigest
   LUMO_CRYPTO_VRF_CTX
-      vrfCtx;  ///< running RSA verification, for a signer without signed attributes; else null
+  vrfCtx;  ///< running RSA verification, for a signer without signed attributes; else null
   TEV_BYTE pbSignature[kMaxStreamedSignature];
   TEV_UINT32 nSignature;  ///< bytes used in pbSignature
 };
