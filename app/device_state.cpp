@@ -33,7 +33,7 @@ unsigned long BSP_ApiRomPiecesRead(const char* pcPieceName, unsigned long ulOffs
 }
 
 unsigned long BSP_ApiRomPiecesWrite(const char* pcPieceName, unsigned long ulOffset,
-                                    unsigned char* pucRamBuff, unsigned long ulLen,
+                                    const unsigned char* pucRamBuff, unsigned long ulLen,
                                     unsigned long* pulActLen) {
   return BSP_VfsPiecesFileWrite(pcPieceName, ulOffset, pucRamBuff, ulLen, pulActLen);
 }
