@@ -4,4 +4,4 @@ add_library(fwvet_bsp STATIC
   "${CMAKE_CURRENT_LIST_DIR}/BspDebug.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/BSPIntTrace.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/stub.cpp")
-target_link_libraries(fwvet_bsp PUBLIC fwvet_device)
+target_link_libraries(fwvet_bsp PRIVATE fwvet_device)
