@@ -1,0 +1,187 @@
+#include "verify/lumo_plt_proxy.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+
+#include "platform/lumo_plt_impl.h"
+
+namespace {
+
+int g_calls = 0;
+
+LUMO_ERROR_CODE RefuseFill(void*, TEV_SIZE_T, TEV_INT, TEV_SIZE_T) {
+  ++g_calls;
+  return LUMO_ERR_SYS_MEMSET;
+}
+
+void* g_freed = nullptr;
+void NoteFree(void* ptr) {
+  ++g_calls;
+  g_freed = ptr;
+  tev_free_impl(ptr);
+}
+
+class LumoPltProxy : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(lumo_set_callback_funcs(&vrf_.callback_funcs), 0);
+    g_calls = 0;
+    g_freed = nullptr;
+  }
+
+  LUMO_SYS_MEM_FUNCS& memory() { return vrf_.callback_funcs.plt_funcs.sys_funcs.mem_funcs; }
+
+  LUMO_VRF vrf_{};
+  LUMO_BIGINT number_{};
+  TEV_BYTE octets_[64] = {};
+  TEV_UINT32 size_ = 0;
+  TEV_INT result_ = 0;
+  void* handle_ = nullptr;
+};
+
+TEST_F(LumoPltProxy, WithoutAContextNothingIsCalled) {
+  char text[8] = "abc";
+  void* block = nullptr;
+  EXPECT_EQ(lumo_malloc(nullptr, &block, 1), 0xFFFFFFFF);
+  EXPECT_EQ(lumo_malloc_with0(nullptr, &block, 1), 0xFFFFFFFF);
+  EXPECT_EQ(lumo_memset_s(nullptr, text, 8, 0, 1), 0xFFFFFFFF);
+  EXPECT_EQ(lumo_memcpy_s(nullptr, text, 8, "x", 1), 0xFFFFFFFF);
+  lumo_free(nullptr, text);
+  EXPECT_EQ(lumo_memcmp(nullptr, "a", "a", 1), -1);
+  EXPECT_EQ(lumo_strncmp(nullptr, "a", "a", 1), -1);
+  EXPECT_EQ(lumo_strstr(nullptr, "a", "a"), nullptr);
+  EXPECT_EQ(lumo_strchr(nullptr, text, 'a'), nullptr);
+  EXPECT_EQ(lumo_strlen(nullptr, "abc"), 0u);
+  EXPECT_EQ(lumo_strcmp(nullptr, "a", "a"), -1);
+  EXPECT_EQ(lumo_strcpy_s(nullptr, text, 8, "x"), 0x88100001);
+  EXPECT_EQ(lumo_strcat_s(nullptr, text, 8, "x"), 0x88100001);
+  EXPECT_EQ(lumo_fopen(nullptr, "/dev/null", "rb"), nullptr);
+  EXPECT_EQ(lumo_fread(nullptr, text, 1, text), 0u);
+  EXPECT_STREQ(text, "abc");
+}
+
+TEST_F(LumoPltProxy, WithoutAContextCryptographyFails) {
+  EXPECT_EQ(lumo_md_ctx_create(nullptr, &handle_), 0xFFFFFFFF);
+  EXPECT_EQ(lumo_md_init(nullptr, &octets_, 43), 0xFFFFFFFF);
+  EXPECT_EQ(lumo_md_update(nullptr, &octets_, octets_, 1), 0xFFFFFFFF);
+  EXPECT_EQ(lumo_md_final(nullptr, &octets_, octets_, &size_), 0xFFFFFFFF);
+  lumo_md_ctx_destory(nullptr, &octets_);
+  EXPECT_EQ(lumo_verify_ctx_create(nullptr, &handle_), 0xFFFFFFFF);
+  EXPECT_EQ(lumo_verify_init(nullptr, &octets_, &number_, &number_, 43), 0xFFFFFFFF);
+  EXPECT_EQ(lumo_verify_update(nullptr, &octets_, octets_, 1), 0xFFFFFFFF);
+  EXPECT_EQ(lumo_verify_final(nullptr, &octets_, octets_, 1, &result_), 0xFFFFFFFF);
+  lumo_verify_ctx_destory(nullptr, &octets_);
+}
+
+TEST_F(LumoPltProxy, WithEmptySlotsCryptographyFails) {
+  vrf_.callback_funcs.md_funcs = {};
+  vrf_.callback_funcs.crypt_funcs = {};
+  EXPECT_EQ(lumo_md_ctx_create(&vrf_, &handle_), 0xFFFFFFFF);
+  EXPECT_EQ(lumo_md_init(&vrf_, &octets_, 43), 0xFFFFFFFF);
+  EXPECT_EQ(lumo_md_update(&vrf_, &octets_, octets_, 1), 0xFFFFFFFF);
+  EXPECT_EQ(lumo_md_final(&vrf_, &octets_, octets_, &size_), 0xFFFFFFFF);
+  lumo_md_ctx_destory(&vrf_, &octets_);
+  EXPECT_EQ(lumo_verify_ctx_create(&vrf_, &handle_), 0xFFFFFFFF);
+  EXPECT_EQ(lumo_verify_init(&vrf_, &octets_, &number_, &number_, 43), 0xFFFFFFFF);
+  EXPECT_EQ(lumo_verify_update(&vrf_, &octets_, octets_, 1), 0xFFFFFFFF);
+  EXPECT_EQ(lumo_verify_final(&vrf_, &octets_, octets_, 1, &result_), 0xFFFFFFFF);
+  lumo_verify_ctx_destory(&vrf_, &octets_);
+}
+
+TEST_F(LumoPltProxy, ACopyThatFillsTheDestinationSucceedsAndOneMoreIsRefused) {
+  TEV_BYTE dest[4] = {9, 9, 9, 9};
+  EXPECT_EQ(lumo_memcpy_s(&vrf_, dest, 4, "abcde", 5), 0x880000FF);
+  EXPECT_EQ(dest[0], 9);
+  EXPECT_EQ(dest[3], 9);
+  EXPECT_EQ(lumo_memcpy_s(&vrf_, dest, 4, "abcd", 4), LUMO_OK);
+  EXPECT_EQ(std::string(dest, dest + 4), "abcd");
+}
+
+TEST_F(LumoPltProxy, AFillIsBoundedLikeACopy) {
+  TEV_BYTE dest[4] = {9, 9, 9, 9};
+  EXPECT_EQ(lumo_memset_s(&vrf_, dest, 4, 1, 5), 0x880000FF);
+  EXPECT_EQ(dest[0], 9);
+  EXPECT_EQ(lumo_memset_s(&vrf_, dest, 4, 1, 4), LUMO_OK);
+  EXPECT_EQ(dest[3], 1);
+}
+
+TEST_F(LumoPltProxy, ATextNeedsRoomForItsTerminator) {
+  char dest[8] = "";
+  EXPECT_EQ(lumo_strcpy_s(&vrf_, dest, 7, "seven77"), 0x880004FF);
+  EXPECT_EQ(lumo_strcpy_s(&vrf_, dest, 8, "seven77"), LUMO_OK);
+  EXPECT_STREQ(dest, "seven77");
+}
+
+TEST_F(LumoPltProxy, AnAppendedTextNeedsRoomForItsTerminator) {
+  char dest[8] = "abcd";
+  EXPECT_EQ(lumo_strcat_s(&vrf_, dest, 8, "efgh"), 0x880004FF);
+  EXPECT_STREQ(dest, "abcd");
+  EXPECT_EQ(lumo_strcat_s(&vrf_, dest, 8, "efg"), LUMO_OK);
+  EXPECT_STREQ(dest, "abcdefg");
+}
+
+TEST_F(LumoPltProxy, NullIsNotFreed) {
+  memory().free = NoteFree;
+  lumo_free(&vrf_, nullptr);
+  EXPECT_EQ(g_calls, 0);
+}
+
+TEST_F(LumoPltProxy, ABlockComesZeroed) {
+  void* block = nullptr;
+  ASSERT_EQ(lumo_malloc_with0(&vrf_, &block, 100), LUMO_OK);
+  EXPECT_EQ(std::string(static_cast<char*>(block), 100), std::string(100, '\0'));
+  lumo_free(&vrf_, block);
+}
+
+TEST_F(LumoPltProxy, ABlockThatCannotBeClearedIsFreed) {
+  memory().memset_s = RefuseFill;
+  memory().free = NoteFree;
+  void* block = nullptr;
+  EXPECT_EQ(lumo_malloc_with0(&vrf_, &block, 100), LUMO_ERR_SYS_MEMSET);
+  EXPECT_EQ(g_calls, 2);
+  EXPECT_EQ(g_freed, block);
+}
+
+TEST_F(LumoPltProxy, ANewRecordIsNullAfterAFailure) {
+  memory().memset_s = RefuseFill;
+  auto* record = &number_;
+  EXPECT_EQ(lumo_new(&vrf_, &record), LUMO_ERR_SYS_MEMSET);
+  EXPECT_EQ(record, nullptr);
+}
+
+TEST_F(LumoPltProxy, TextSlotsAreReached) {
+  char text[] = "needle in a haystack";
+  EXPECT_EQ(lumo_strstr(&vrf_, text, "in"), text + 7);
+  EXPECT_EQ(lumo_strchr(&vrf_, text, 'd'), text + 3);
+  EXPECT_EQ(lumo_strlen(&vrf_, text), 20u);
+  EXPECT_EQ(lumo_strcmp(&vrf_, "a", "a"), 0);
+  EXPECT_GT(lumo_strcmp(&vrf_, "b", "a"), 0);
+  EXPECT_EQ(lumo_strncmp(&vrf_, "abc", "abd", 2), 0);
+  EXPECT_LT(lumo_strncmp(&vrf_, "abc", "abd", 3), 0);
+  EXPECT_EQ(lumo_memcmp(&vrf_, "abc", "abd", 2), 0);
+}
+
+TEST_F(LumoPltProxy, AFileIsOpenedReadAndClosed) {
+  TEV_FILE_HANDLE file = lumo_fopen(&vrf_, "/proc/self/exe", "rb");
+  ASSERT_NE(file, nullptr);
+  EXPECT_GT(lumo_get_file_size(&vrf_, file), 4u);
+  EXPECT_EQ(lumo_fread(&vrf_, octets_, 4, file), 4u);
+  EXPECT_EQ(std::string(octets_, octets_ + 4),
+            "\x7f"
+            "ELF");
+  EXPECT_EQ(lumo_fclose(&vrf_, file), LUMO_OK);
+}
+
+TEST_F(LumoPltProxy, WithoutAHandleNothingIsCalled) {
+  EXPECT_EQ(lumo_fclose(&vrf_, nullptr), 0x88100001);
+  EXPECT_EQ(lumo_get_file_size(&vrf_, nullptr), 0x88100001u);
+}
+
+TEST_F(LumoPltProxy, WithoutASizeSlotEveryFileIsEmpty) {
+  vrf_.callback_funcs.plt_funcs.sys_funcs.file_funcs.get_file_size = nullptr;
+  EXPECT_EQ(lumo_get_file_size(&vrf_, &vrf_), 0u);
+}
+
+}  // namespace
