@@ -1,0 +1,5 @@
+execute_process(COMMAND "${MAKER}" OUTPUT_VARIABLE made RESULT_VARIABLE status)
+file(READ "${PAGE}" page)
+if(NOT status EQUAL 0 OR NOT made STREQUAL page)
+  message(FATAL_ERROR "${PAGE} is stale: make it anew with ${MAKER} > ${PAGE}")
+endif()
