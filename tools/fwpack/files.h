@@ -1,0 +1,65 @@
+#ifndef FWVET_TOOLS_FWPACK_FILES_H
+#define FWVET_TOOLS_FWPACK_FILES_H
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace fwpack {
+
+/// The whole content of a file. Throws Error when it cannot be read or holds more than `limit` bytes.
+std::string ReadSmallFile(const std::filesystem::path& path, std::size_t limit = 16U << 20U);
+
+/// A file that comes into being whole or not at all: it is written beside its final place, synchronised and
+/// renamed by Commit(). Without Commit() nothing is left behind, and what stood at the place stays.
+class OutputFile {
+ public:
+  /// Throws Error when the place is taken by something that is no regular file or cannot be written.
+  explicit OutputFile(std::filesystem::path place);
+  ~OutputFile();
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+
+  /// Appends; throws Error when the disk refuses.
+  void Write(std::string_view bytes);
+  /// Puts the file in its place; throws Error when that fails. To be called once, last.
+  void Commit();
+
+ private:
+  [[noreturn]] void Fail(const char* what) const;
+
+  std::filesystem::path place_;
+  std::string temporary_{};
+  int file_ = -1;
+};
+
+/// Writes a whole file the same way.
+void WriteFile(const std::filesystem::path& place, std::string_view bytes);
+
+/// A directory that comes into being whole or not at all, in the same way.
+class OutputDirectory {
+ public:
+  /// Throws Error when the place is taken by anything but an empty directory: what stands there is never
+  /// touched.
+  explicit OutputDirectory(std::filesystem::path place);
+  ~OutputDirectory();
+  OutputDirectory(const OutputDirectory&) = delete;
+  OutputDirectory& operator=(const OutputDirectory&) = delete;
+
+  /// Adds a file that everybody may read.
+  void Add(const std::string& name, std::string_view bytes);
+  /// Adds a file that only its owner may read (mode 0600, from the start).
+  void AddSecret(const std::string& name, std::string_view bytes);
+  void Commit();
+
+ private:
+  void AddWithMode(const std::string& name, std::string_view bytes, unsigned int mode);
+
+  std::filesystem::path place_;
+  std::filesystem::path temporary_{};
+};
+
+}  // namespace fwpack
+
+#endif

@@ -1,0 +1,50 @@
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <exception>
+#include <iostream>
+#include <string>
+
+#include "tools/fwpack/cli/crl_command.h"
+#include "tools/fwpack/cli/devpki_command.h"
+#include "tools/fwpack/cli/root_command.h"
+#include "tools/fwpack/cli/sign_command.h"
+#include "tools/fwpack/error.h"
+
+namespace {
+
+int Complain(std::string text, int exit_status) {
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  std::cerr << "fwpack: " << text << "\n";
+  return exit_status;
+}
+
+int Run(int argc, char** argv) {
+  CLI::App app("Makes the software packages that fwvet checks.", "fwpack");
+  app.require_subcommand(1);
+  app.footer(
+      "Times are UTC, like 2026-11-21T10:30:00Z. Exit status: 0 done, 2 the device would refuse, 3 bad "
+      "input.");
+  fwpack::AddDevPkiCommand(app);
+  fwpack::AddCrlCommand(app);
+  fwpack::AddSignCommand(app);
+  fwpack::AddRootCommand(app);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    const bool is_help = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success);
+    return is_help ? app.exit(error) : Complain(error.what(), fwpack::kInputError);
+  }
+  return fwpack::kAccepted;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Run(argc, argv);
+  } catch (const fwpack::Error& error) {
+    return Complain(error.what(), error.exit_status());
+  } catch (const std::exception& error) {
+    return Complain(error.what(), fwpack::kInputError);
+  }
+}
