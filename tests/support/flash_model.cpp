@@ -67,7 +67,7 @@ std::optional<std::size_t> FindIn(const Bytes& area, const std::string& name) {
 FlashModel::FlashModel() : image_(kAreaSize, 0xFF), area_(kAreaSize, 0xFF) {}
 
 void FlashModel::Start() {
-  if (Get(area_, 0) != kValid) Stamp(area_);
+  stamped_ = true;
   image_ = area_;
   if (NameAt(image_, kVersionAt).substr(0, 3) != "PFS") Format();
 }
@@ -116,12 +116,14 @@ void FlashModel::Write(const std::string& name, const Bytes& record) {
   const std::size_t descriptor = found ? *found : Create(name, record.size());
   const std::size_t content = Get(image_, descriptor + 68);
   std::copy(record.begin(), record.end(), image_.begin() + static_cast<std::ptrdiff_t>(content));
-  Stamp(image_);
   area_ = image_;
+  stamped_ = true;
 }
 
 Bytes FlashModel::Flash() const {
-  return der::Concat(area_, area_);
+  Bytes area = area_;
+  if (stamped_) Stamp(area);
+  return der::Concat(area, area);
 }
 
 std::optional<Bytes> FileInArea(const Bytes& flash, std::size_t area_start, const std::string& name) {

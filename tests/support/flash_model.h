@@ -32,7 +32,8 @@ class FlashModel {
   void Format();
 
   der::Bytes image_;  // the area as memory holds it
-  der::Bytes area_;   // the area as both halves of the flash hold it
+  der::Bytes area_;   // the area as both halves of the flash hold it, but for its stamp
+  bool stamped_ = false;
 };
 
 /// The whole allocated content of a live file in the area that starts at `area_start` of a flash dump.

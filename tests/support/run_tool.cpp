@@ -116,9 +116,11 @@ ToolResult RunTool(const std::filesystem::path& program, const std::vector<std::
   ToolResult result;
   Collect(out.ends[0], err.ends[0], result);
   int wait_status = 0;
-  while (waitpid(child, &wait_status, 0) < 0) {
-    if (errno != EINTR) ThrowErrno("waitpid");
+  rusage usage{};
+  while (wait4(child, &wait_status, 0, &usage) < 0) {
+    if (errno != EINTR) ThrowErrno("wait4");
   }
+  result.peak_kib = usage.ru_maxrss;
   if (WIFEXITED(wait_status)) result.status = WEXITSTATUS(wait_status);
   if (WIFSIGNALED(wait_status)) result.signal = WTERMSIG(wait_status);
   if (result.status == 127) throw std::runtime_error("cannot run " + program.string());

@@ -37,6 +37,7 @@ struct ToolResult {
   int signal = 0;     // the signal that ended it, or 0; status is then -1
   std::string out{};  // standard output, byte for byte
   std::string err{};  // standard error
+  long peak_kib = 0;  // most memory that it touched at one time, in KiB
 };
 
 /// Runs `program` with `arguments` and an empty standard input, and waits for its end. Throws

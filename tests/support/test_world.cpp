@@ -34,7 +34,10 @@ Bytes World::Signature(const PackagePlan& plan) const {
   const pki::TokenSpec token{.tsa = tsa, .time = plan.time, .certs = {tsa}};
   const pki::SignerSpec signer_spec{
       .signer = by, .digest = plan.digest, .signed_attributes = plan.signed_attributes, .token = token};
-  const Bytes message = pki::MakeCms({.content = plan.content, .signers = {signer_spec}, .certs = {by, ca}});
+  const Bytes message = pki::MakeCms({.content = plan.content,
+                                      .content_file = plan.content_file,
+                                      .signers = {signer_spec},
+                                      .certs = {by, ca}});
   return plan.pem_signature ? der::FromText(pki::Pem("CMS", message)) : message;
 }
 

@@ -38,6 +38,7 @@ struct CrlPlan {
 /// A package.
 struct PackagePlan {
   Bytes content = der::FromText("software");
+  std::string content_file{};  // when not empty, the content that is signed lies there
   CrlPlan crl{};
   std::optional<Bytes> raw_crl{};        // the CRL payload as it is
   std::optional<Bytes> raw_signature{};  // the signature payload as it is
