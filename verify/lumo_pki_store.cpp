@@ -21,6 +21,12 @@ bool Issued(const LUMO_VRF* pVrf, const LUMO_X509_CERT& candidate, const LUMO_X5
          KeyVerifies(pVrf, candidate, cert.raw_signed, cert.signature, cert.algorithm);
 }
 
+bool IssuedCrl(const LUMO_VRF* pVrf, const LUMO_X509_CERT& candidate, const LUMO_X509_CRL& crl) {
+  return lumo_compare_x509_name(pVrf, &candidate.toBeSigned.subject, &crl.tbs_cert_list.issuer) == LUMO_OK &&
+         LumoKeyUsageHas(candidate.toBeSigned.extensions.ku, LUMO_KU_CRL_SIGN) &&
+         KeyVerifies(pVrf, candidate, crl.raw_signed, crl.signature, crl.algorithm);
+}
+
 }  // namespace
 
 LUMO_ERROR_CODE lumo_pki_init(LUMO_VRF* pVrf) {
@@ -80,15 +86,11 @@ LUMO_X509_CERT* lumo_pki_find_cert_by_issuer_sn(const LUMO_VRF* pVrf, const LUMO
 LUMO_X509_CERT* lumo_pki_find_crl_issuer(const LUMO_VRF* pVrf, const LUMO_X509_CRL* pCrl) {
   const LUMO_PKI_STORE* store = lumo_pki_store_of(pVrf);
   if (store == nullptr || pCrl == nullptr) return nullptr;
-  for (TEV_UINT32 i = 0; i < store->cert_store.num(); ++i) {
+  for (TEV_UINT32 i = 0; pCrl->pIssuer == nullptr && i < store->cert_store.num(); ++i) {
     LUMO_X509_CERT* cert = store->cert_store.at(i);
-    if (lumo_compare_x509_name(pVrf, &cert->toBeSigned.subject, &pCrl->tbs_cert_list.issuer) == LUMO_OK &&
-        LumoKeyUsageHas(cert->toBeSigned.extensions.ku, LUMO_KU_CRL_SIGN) &&
-        KeyVerifies(pVrf, *cert, pCrl->raw_signed, pCrl->signature, pCrl->algorithm)) {
-      return cert;
-    }
+    if (IssuedCrl(pVrf, *cert, *pCrl)) pCrl->pIssuer = cert;
   }
-  return nullptr;
+  return pCrl->pIssuer;
 }
 
 LUMO_X509_CERT* _tevFindCertIssuer(const LUMO_VRF* pVrf, LUMO_X509_CERT* pCert) {

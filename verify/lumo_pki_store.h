@@ -41,7 +41,8 @@ inline LUMO_PKI_STORE* lumo_pki_store_of(const LUMO_VRF* pVrf) {
                                                               const LUMO_ASN_BIGINT* sn);
 
 /// The first stored certificate that bears the CRL's issuer name, may sign CRLs (cRLSign; no CA flag is asked
-/// for) and whose key verifies the CRL; null when there is none. Not owned by the caller.
+/// for) and whose key verifies the CRL; null when there is none. Not owned by the caller. What is found is
+/// kept in the CRL: the store only grows at its end, so the first one stays the first.
 [[nodiscard]] LUMO_X509_CERT* lumo_pki_find_crl_issuer(const LUMO_VRF* pVrf, const LUMO_X509_CRL* pCrl);
 
 /// The stored CA certificate that issued `pCert`, or null: it bears the issuer name, may sign certificates

@@ -197,7 +197,8 @@ struct LUMO_X509_CRL {
   LUMO_X509_CRLINFO tbs_cert_list;
   LUMO_X509_ALGO_IDENTIFIER algorithm;
   LUMO_ASN_BITS signature;
-  TEV_INT iRef;  ///< reference count
+  TEV_INT iRef;                     ///< reference count
+  mutable LUMO_X509_CERT* pIssuer;  ///< the stored issuer once it is found; not owned
 };
 
 using LIST_TYPE_LUMO_X509_CERT = LumoListOf<LUMO_X509_CERT>;
