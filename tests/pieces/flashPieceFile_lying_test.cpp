@@ -154,14 +154,14 @@ TEST_F(LyingImage, AUsedOffsetBelowTheContentsStopsEveryChange) {
 
 TEST_F(LyingImage, TooManyFreeBytesEndAtTheImage) {
   StartWith({{kFreeBytes, 0xFFFFFFFF}});
-  const unsigned long room = 0x80000 - (kContents + 192);
-  ExpectRefused([room] { return BSP_VfsPiecesFileCreate("new", room + 1, nullptr); });
+  static constexpr unsigned long kRoom = 0x80000 - (kContents + 192);
+  ExpectRefused([] { return BSP_VfsPiecesFileCreate("new", kRoom + 1, nullptr); });
   ExpectRefused([] { return BSP_VfsPiecesFileCreate("new", 0xFFFFFFE0, nullptr); });
-  ExpectWriteRefused("c", 1, room + 64);
-  ExpectWriteRefused("a", 1, room + 64);
+  ExpectWriteRefused("c", 1, kRoom + 64);
+  ExpectWriteRefused("a", 1, kRoom + 64);
   ExpectWriteRefused("new", 1, 0xFFFFFF00);
   ExpectDeleteRefused("a");  // the count of free bytes would wrap
-  EXPECT_EQ(Write("c", {1}, room + 63), 0U) << "up to the last byte";
+  EXPECT_EQ(Write("c", {1}, kRoom + 63), 0U) << "up to the last byte";
 }
 
 TEST_F(LyingImage, TooFewFreeBytesAreBelieved) {
@@ -256,7 +256,7 @@ TEST_F(LyingImage, AShiftedNameWithoutTerminatorStaysWhole) {
 TEST_F(LyingImage, TheFullTableMarkNeedsRoomBehindTheTable) {
   // The smallest geometry has no contents: the mark of a full table has no place to go.
   Forget();
-  BSP_VfsPiecesConfig(0, 2 * kContents);
+  BSP_VfsPiecesConfig(0, 2UL * kContents);
   SetDevice(Bytes(kFlashSize, 0xFF));
   ASSERT_EQ(BSP_VfsPiecesInit(), 0U);
   for (int i = 0; i < 256; ++i) ASSERT_EQ(BSP_VfsPiecesFileCreate("empty", 0, nullptr), 0U);

@@ -614,7 +614,7 @@ TEST_F(PieceFile, ReadsASpanFromMemoryWithoutLock) {
   EXPECT_EQ(BSP_VfsPiecesFileRead("a", 54, buffer.data(), 10, &got), 0U);
   EXPECT_EQ(got, 10U);
   Bytes expected(data.end() - 10, data.end());
-  expected.insert(expected.end(), {0xEE, 0xEE});
+  expected.resize(12, 0xEE);
   EXPECT_EQ(buffer, expected);
   EXPECT_EQ(flash_device::Journal(), "");
   EXPECT_EQ(flash_device::Calls(Call::kOpen), 0U);

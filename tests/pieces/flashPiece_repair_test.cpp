@@ -52,15 +52,6 @@ class PieceRepair : public PieceTest {
     return status;
   }
 
-  static std::string CrcLine(const Bytes& area) {
-    char text[80];
-    Bytes stamped = area;
-    Stamp(stamped);
-    std::snprintf(text, sizeof text, "\r\nusCrcCheck = 0x%x;pstPieceHead->ulCrc = 0x%x", Get32(stamped, 4),
-                  Get32(area, 4));
-    return text;
-  }
-
   void ExpectBothAreas(const Bytes& image) const {
     EXPECT_EQ(Image(), image);
     EXPECT_EQ(Main(), image);

@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <limits>
+#include <sstream>
 
 #include "app/BspDebug.h"
 #include "pieces/crc.h"
@@ -205,9 +206,10 @@ TEST_F(Piece, WriteStampsTheImageAndFlushesMainThenSpare) {
 }
 
 std::string LowHalf(const void* address) {
-  char text[16];
-  std::snprintf(text, sizeof text, "0x%X", static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(address)));
-  return text;
+  std::ostringstream text;
+  text << "0x" << std::hex << std::uppercase
+       << static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(address));
+  return text.str();
 }
 
 TEST_F(Piece, AccessTracesAreSilentUnlessDebugIsOn) {

@@ -89,7 +89,7 @@ class HostileImage : public PieceTest {
   }
 
   static const std::set<std::uint64_t> kStatuses;
-  std::mt19937 random_{20181108};
+  std::mt19937 random_{20181108};  // NOLINT(cert-msc*): the same images on every run
 };
 
 const std::set<std::uint64_t> HostileImage::kStatuses = {PIECE_OK, 1, PIECE_ERR_RANGE, PIECE_ERR_NOT_FOUND,
@@ -97,7 +97,7 @@ const std::set<std::uint64_t> HostileImage::kStatuses = {PIECE_OK, 1, PIECE_ERR_
 
 TEST_F(HostileImage, OperationsStayInsideTheImage) {
   SetDevice(Bytes(kFlashSize, 0xFF));
-  BSP_VfsPiecesConfig(0, 2 * kSmallArea);
+  BSP_VfsPiecesConfig(0, 2UL * kSmallArea);
   for (unsigned image = 0; image < kImages; ++image) {
     ASSERT_EQ(BSP_VfsPiecesAreaInit(), 0U);
     ASSERT_NO_FATAL_FAILURE(MakeImage());

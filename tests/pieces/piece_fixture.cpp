@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 
 #include "app/BspDebug.h"
@@ -14,6 +15,18 @@ std::string Printed(const std::function<void()>& action) {
   testing::internal::CaptureStdout();
   action();
   return testing::internal::GetCapturedStdout();
+}
+
+std::string Hex(std::uint64_t value) {
+  std::ostringstream text;
+  text << std::hex << value;
+  return text.str();
+}
+
+std::string CrcLine(const Bytes& area) {
+  Bytes stamped = area;
+  Stamp(stamped);
+  return "\r\nusCrcCheck = 0x" + Hex(Get32(stamped, 4)) + ";pstPieceHead->ulCrc = 0x" + Hex(Get32(area, 4));
 }
 
 void Put32(Bytes& image, std::size_t offset, std::uint32_t value) {

@@ -20,6 +20,12 @@ inline constexpr unsigned long kAreaSize = 0x80000;
 /// Returns what `action` printed on standard output.
 std::string Printed(const std::function<void()>& action);
 
+/// A number as "%x" prints it.
+std::string Hex(std::uint64_t value);
+
+/// The line that a wrong CRC prints for an area.
+std::string CrcLine(const Bytes& area);
+
 /// Changes one little-endian number of an image.
 void Put32(Bytes& image, std::size_t offset, std::uint32_t value);
 std::uint32_t Get32(const Bytes& image, std::size_t offset);
