@@ -202,10 +202,10 @@ constexpr ItemOf<Record> Map(const LUMO_ASN1_TEMPLATE (&rows)[N], LUMO_BER_TAG_C
   return MakeItem<Record>(rows, N, g_tevAsnFuncMap, CBC_UNIV, CBF_CONS, code);
 }
 
-/// Bytes of the enclosing record that a row may write.
-constexpr std::size_t RowSize(const LUMO_ASN1_ITEM& item, const LUMO_ASN1_TEMPLATE& row) {
+/// Bytes of the enclosing record that a row may write. Only the row of a set has a capacity.
+constexpr std::size_t RowSize(const LUMO_ASN1_TEMPLATE& row) {
   if (row.flag & LUMO_ASN_FLAG_SKIP) return 0;
-  if (item.asn_func == &g_tevAsnFuncSetOf) return kSetDataOffset + row.pDefaultVal * row.asn1_item->item_szie;
+  if (row.pDefaultVal != 0) return kSetDataOffset + row.pDefaultVal * row.asn1_item->item_szie;
   return row.asn1_item->item_szie;
 }
 
@@ -213,11 +213,11 @@ constexpr std::size_t RowSize(const LUMO_ASN1_ITEM& item, const LUMO_ASN1_TEMPLA
 constexpr bool RowsStayInside(const LUMO_ASN1_ITEM& item) {
   for (unsigned i = 0; i < item.templ_count; ++i) {
     const LUMO_ASN1_TEMPLATE& row = item.asn_templ[i];
-    const std::size_t end = row.offset_val + RowSize(item, row);
+    const std::size_t end = row.offset_val + RowSize(row);
     if (end > item.item_szie) return false;
     for (unsigned j = 0; j < i; ++j) {
       const LUMO_ASN1_TEMPLATE& other = item.asn_templ[j];
-      const std::size_t otherEnd = other.offset_val + RowSize(item, other);
+      const std::size_t otherEnd = other.offset_val + RowSize(other);
       if (row.offset_val < otherEnd && other.offset_val < end) return false;
     }
   }
