@@ -63,6 +63,16 @@ LUMO_ERROR_CODE Restart(EVP_MD_CTX* ctx, TEV_UINT32 hash_id) {
   return LUMO_OK;
 }
 
+// A digest context that was never started has no digest, and libcrypto 1.1 would call through its null
+// pointer.
+bool IsRunning(const EVP_MD_CTX* ctx) {
+  return EVP_MD_CTX_md(ctx) != nullptr;
+}
+
+LUMO_ERROR_CODE Feed(EVP_MD_CTX* ctx, const TEV_BYTE* data, TEV_UINT32 len) {
+  return IsRunning(ctx) && EVP_DigestUpdate(ctx, data, len) == 1 ? LUMO_OK : LUMO_ERR_GENERIC;
+}
+
 /// A state record of type T whose first member is its size and whose member `ctx` is a digest context.
 template <class T>
 LUMO_ERROR_CODE NewState(EVP_MD_CTX* T::*ctx, void** ppState) {
@@ -112,7 +122,7 @@ LUMO_ERROR_CODE CheckPadded(const CRYPTO_VRF& state, const TEV_BYTE* signature, 
   const OwnedBlock owned(block);
   auto* padded = static_cast<TEV_BYTE*>(block);
   if (memset_s(padded, size, 0, pad) != 0) return LUMO_ERR_GENERIC;
-  if (length != 0 && memcpy_s(padded + pad, length, signature, length) != 0) return LUMO_ERR_GENERIC;
+  if (memcpy_s(padded + pad, length, signature, length) != 0) return LUMO_ERR_GENERIC;
   *result = IsGood(state, padded, static_cast<TEV_UINT32>(size)) ? 1 : 0;
   return LUMO_OK;
 }
@@ -256,14 +266,13 @@ LUMO_ERROR_CODE _tev_md_init_impl(LUMO_CRYPTO_MD_CTX md_ctx, TEV_UINT32 hash_id)
 LUMO_ERROR_CODE _tev_md_update_impl(LUMO_CRYPTO_MD_CTX md_ctx, const TEV_BYTE* pbData, TEV_UINT32 len) {
   if (md_ctx == nullptr) return LUMO_ERR_GENERIC;
   if (pbData == nullptr || len == 0) return LUMO_OK;
-  EVP_MD_CTX* ctx = static_cast<CRYPTO_MD*>(md_ctx)->hash_handler;
-  return EVP_DigestUpdate(ctx, pbData, len) == 1 ? LUMO_OK : LUMO_ERR_GENERIC;
+  return Feed(static_cast<CRYPTO_MD*>(md_ctx)->hash_handler, pbData, len);
 }
 
 LUMO_ERROR_CODE _tev_md_final_impl(LUMO_CRYPTO_MD_CTX md_ctx, TEV_BYTE* pbDigest, TEV_UINT32* len) {
   if (md_ctx == nullptr || pbDigest == nullptr || len == nullptr) return LUMO_ERR_GENERIC;
   EVP_MD_CTX* ctx = static_cast<CRYPTO_MD*>(md_ctx)->hash_handler;
-  return EVP_DigestFinal(ctx, pbDigest, len) == 1 ? LUMO_OK : LUMO_ERR_GENERIC;
+  return IsRunning(ctx) && EVP_DigestFinal(ctx, pbDigest, len) == 1 ? LUMO_OK : LUMO_ERR_GENERIC;
 }
 
 void _tev_md_ctx_destory_impl(LUMO_CRYPTO_MD_CTX md_ctx) {
@@ -293,8 +302,7 @@ LUMO_ERROR_CODE _tev_verify_init_impl(LUMO_CRYPTO_VRF_CTX vrf_ctx, const LUMO_BI
 LUMO_ERROR_CODE lumo_verify_update_impl(LUMO_CRYPTO_VRF_CTX vrf_ctx, const TEV_BYTE* pbContent,
                                         TEV_UINT32 len) {
   if (vrf_ctx == nullptr || (pbContent == nullptr && len != 0)) return LUMO_ERR_GENERIC;
-  EVP_MD_CTX* ctx = static_cast<CRYPTO_VRF*>(vrf_ctx)->md_ctx;
-  return EVP_DigestUpdate(ctx, pbContent, len) == 1 ? LUMO_OK : LUMO_ERR_GENERIC;
+  return Feed(static_cast<CRYPTO_VRF*>(vrf_ctx)->md_ctx, pbContent, len);
 }
 
 LUMO_ERROR_CODE _tev_verify_final_impl(LUMO_CRYPTO_VRF_CTX vrf_ctx, const TEV_BYTE* pbSignature,

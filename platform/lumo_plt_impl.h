@@ -31,7 +31,7 @@ LUMO_ERROR_CODE tev_strcpy_s_impl(TEV_CHAR* dest, TEV_SIZE_T destMax, const TEV_
 LUMO_ERROR_CODE tev_strcat_s_impl(TEV_CHAR* dest, TEV_SIZE_T destMax, const TEV_CHAR* src);
 /// The result of vsnprintf_s.
 TEV_INT tev_vsnprintf_s_impl(TEV_CHAR* dest, TEV_SIZE_T destMax, TEV_SIZE_T count, const TEV_CHAR* format,
-                             va_list arglist);
+                             va_list arglist) __attribute__((format(printf, 4, 0)));
 /// Null for a null path.
 TEV_FILE_HANDLE tev_fopen_impl(const TEV_CHAR* path, const TEV_CHAR* mode);
 TEV_SIZE_T _tev_fread_impl(void* ptr, TEV_SIZE_T size, TEV_FILE_HANDLE hFile);
@@ -52,7 +52,8 @@ enum HASH_ALGO {
 
 /// LUMO_ERR_MALLOC without memory; LUMO_ERR_GENERIC when OpenSSL has no digest context.
 LUMO_ERROR_CODE _tev_md_ctx_create_impl(LUMO_CRYPTO_MD_CTX* md_ctx);
-/// All the following fail with LUMO_ERR_GENERIC: null state, unknown hash, a failure of OpenSSL.
+/// All the following fail with LUMO_ERR_GENERIC: null state, unknown hash, no digest running, a failure of
+/// OpenSSL.
 LUMO_ERROR_CODE _tev_md_init_impl(LUMO_CRYPTO_MD_CTX md_ctx, TEV_UINT32 hash_id);
 /// No data or length 0 succeeds without touching the digest.
 LUMO_ERROR_CODE _tev_md_update_impl(LUMO_CRYPTO_MD_CTX md_ctx, const TEV_BYTE* pbData, TEV_UINT32 len);
@@ -67,7 +68,9 @@ LUMO_ERROR_CODE _tev_verify_init_impl(LUMO_CRYPTO_VRF_CTX vrf_ctx, const LUMO_BI
 LUMO_ERROR_CODE lumo_verify_update_impl(LUMO_CRYPTO_VRF_CTX vrf_ctx, const TEV_BYTE* pbContent,
                                         TEV_UINT32 len);
 /// A signature whose length is no multiple of 8 is checked with zeros in front: leading zeros may have been
-/// dropped.
+/// dropped. A bad signature, the empty one included, is a success with *result 0. *result is untouched after
+/// a failure: also a null result, null octets with a length, a length that no multiple of 8 within 32 bits
+/// covers.
 LUMO_ERROR_CODE _tev_verify_final_impl(LUMO_CRYPTO_VRF_CTX vrf_ctx, const TEV_BYTE* pbSignature,
                                        TEV_UINT32 len, TEV_INT* result);
 void _tev_verify_ctx_destory_impl(LUMO_CRYPTO_VRF_CTX vrf_ctx);

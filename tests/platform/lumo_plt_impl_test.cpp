@@ -2,12 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "tests/support/openssl_owned.h"
 #include "tests/support/test_pki.h"
 
 namespace {
@@ -17,7 +19,7 @@ using pki::Bytes;
 LUMO_BIGINT Big(const Bytes& magnitude) {
   LUMO_BIGINT number{};
   number.uiLength = static_cast<TEV_UINT32>(magnitude.size());
-  std::memcpy(number.aVal, magnitude.data(), magnitude.size());
+  std::copy(magnitude.begin(), magnitude.end(), number.aVal);
   return number;
 }
 
@@ -41,13 +43,29 @@ TEST(LumoPltImpl, FillSetsEverySizeAndSlot) {
   EXPECT_EQ(sys.mem_funcs.free, tev_free_impl);
   EXPECT_EQ(sys.mem_funcs.memcmp, tev_memcmp_impl);
   EXPECT_EQ(sys.str_funcs.pf_strncmp, tev_strncmp_impl);
+  EXPECT_EQ(sys.str_funcs.pf_strstr, tev_strstr_impl);
+  EXPECT_EQ(sys.str_funcs.pf_strchr, tev_strchr_impl);
+  EXPECT_EQ(sys.str_funcs.pf_strlen, tev_strlen_impl);
+  EXPECT_EQ(sys.str_funcs.pf_strcmp, tev_strcmp_impl);
+  EXPECT_EQ(sys.str_funcs.pf_strcpy_s, tev_strcpy_s_impl);
+  EXPECT_EQ(sys.str_funcs.pf_strcat_s, tev_strcat_s_impl);
   EXPECT_EQ(sys.str_funcs.pf_vsnprintf_s, tev_vsnprintf_s_impl);
   EXPECT_EQ(sys.file_funcs.fopen, tev_fopen_impl);
+  EXPECT_EQ(sys.file_funcs.fread, _tev_fread_impl);
+  EXPECT_EQ(sys.file_funcs.fclose, _tev_fclose_impl);
   EXPECT_EQ(sys.file_funcs.get_file_size, _tev_get_file_size_impl);
   EXPECT_EQ(sys.plt_funcs.get_thread_id, nullptr);
   EXPECT_EQ(sys.plt_funcs.get_utc_time, nullptr);
   EXPECT_EQ(sys.plt_funcs.mktime, nullptr);
+  EXPECT_EQ(funcs.crypt_funcs.lumo_verify_ctx_create, lumo_verify_ctx_create_impl);
+  EXPECT_EQ(funcs.crypt_funcs.lumo_verify_init, _tev_verify_init_impl);
+  EXPECT_EQ(funcs.crypt_funcs.lumo_verify_update, lumo_verify_update_impl);
   EXPECT_EQ(funcs.crypt_funcs.lumo_verify_final, _tev_verify_final_impl);
+  EXPECT_EQ(funcs.crypt_funcs.lumo_verify_ctx_destory, _tev_verify_ctx_destory_impl);
+  EXPECT_EQ(funcs.md_funcs.lumo_md_ctx_create, _tev_md_ctx_create_impl);
+  EXPECT_EQ(funcs.md_funcs.lumo_md_init, _tev_md_init_impl);
+  EXPECT_EQ(funcs.md_funcs.lumo_md_update, _tev_md_update_impl);
+  EXPECT_EQ(funcs.md_funcs.lumo_md_final, _tev_md_final_impl);
   EXPECT_EQ(funcs.md_funcs.lumo_md_ctx_destory, _tev_md_ctx_destory_impl);
 }
 
@@ -56,8 +74,7 @@ TEST(LumoPltImpl, MemoryAndTextCodes) {
   ASSERT_EQ(tev_malloc_impl(&block, 0), LUMO_OK);
   EXPECT_NE(block, nullptr);
   tev_free_impl(block);
-  EXPECT_EQ(tev_malloc_impl(&block, static_cast<TEV_SIZE_T>(-1) / 2 - 4096), 0x88000001);
-  EXPECT_EQ(block, nullptr);
+  EXPECT_EQ(tev_malloc_impl(nullptr, 1), 0x88000001);
   char text[4] = "ab";
   EXPECT_EQ(tev_memset_s_impl(text, 4, 0, 5), 0x88000003);
   EXPECT_EQ(tev_memcpy_s_impl(text, 4, "abcde", 5), 0x88000002);
@@ -78,7 +95,8 @@ TEST(LumoPltImpl, TextServicesAreThoseOfLibc) {
   EXPECT_EQ(tev_memcmp_impl("ab", "ab", 2), 0);
 }
 
-TEV_INT Print(char* dest, std::size_t room, std::size_t count, const char* format, ...) {
+__attribute__((format(printf, 4, 5))) TEV_INT Print(char* dest, std::size_t room, std::size_t count,
+                                                    const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
   const TEV_INT result = tev_vsnprintf_s_impl(dest, room, count, format, arguments);
@@ -132,6 +150,13 @@ TEST_F(LumoPltFile, AMissingFileOrPathIsNull) {
   EXPECT_EQ(tev_fopen_impl((path_ + ".none").c_str(), "rb"), nullptr);
 }
 
+TEST(LumoPltImpl, AFileThatCannotBeFlushedFailsToClose) {
+  TEV_FILE_HANDLE full = tev_fopen_impl("/dev/full", "wb");
+  ASSERT_NE(full, nullptr);
+  ASSERT_EQ(std::fputc('x', static_cast<FILE*>(full)), 'x');
+  EXPECT_EQ(_tev_fclose_impl(full), 0x88000105);
+}
+
 class LumoPltDigest : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_EQ(_tev_md_ctx_create_impl(&md_), LUMO_OK); }
@@ -173,6 +198,15 @@ TEST_F(LumoPltDigest, NullIsRefused) {
   EXPECT_EQ(_tev_md_final_impl(md_, nullptr, &size_), 0xFFFFFFFF);
   EXPECT_EQ(_tev_md_final_impl(md_, digest_, nullptr), 0xFFFFFFFF);
   _tev_md_ctx_destory_impl(nullptr);
+}
+
+TEST_F(LumoPltDigest, WithoutADigestRunningThereIsNothingToFeedOrEnd) {
+  EXPECT_EQ(_tev_md_update_impl(md_, digest_, 1), 0xFFFFFFFF);
+  EXPECT_EQ(_tev_md_final_impl(md_, digest_, &size_), 0xFFFFFFFF);
+  ASSERT_EQ(_tev_md_init_impl(md_, 43), LUMO_OK);
+  ASSERT_EQ(_tev_md_init_impl(md_, 42), 0xFFFFFFFF);
+  EXPECT_EQ(_tev_md_update_impl(md_, digest_, 1), 0xFFFFFFFF);
+  EXPECT_EQ(_tev_md_final_impl(md_, digest_, &size_), 0xFFFFFFFF);
 }
 
 class LumoPltRsa : public ::testing::Test {
@@ -277,6 +311,95 @@ TEST_F(LumoPltRsa, WithExponentOneForgedPaddingFails) {
   EXPECT_EQ(Verdict(PaddedBlock(256, 8)), 0);
   ASSERT_EQ(Start(modulus, {1}), LUMO_OK);
   EXPECT_EQ(Verdict(PaddedBlock(256, 100)), 0);
+}
+
+TEST_F(LumoPltRsa, WithExponentOneOnlyTheWholeBlockPasses) {
+  ASSERT_EQ(Start(pki::ModulusOf(pki::KeyNamed("plt")), {1}), LUMO_OK);
+  EXPECT_EQ(Verdict(PaddedBlock(256, 202)), 1);
+}
+
+Bytes Octets(const BIGNUM& number, std::size_t size) {
+  Bytes octets(size);
+  EXPECT_EQ(BN_bn2binpad(&number, octets.data(), static_cast<int>(size)), static_cast<int>(size));
+  return octets;
+}
+
+pki::OwnedBignum Cube(const BIGNUM& root) {
+  const std::unique_ptr<BN_CTX, pki::OsslFree<BN_CTX_free>> scratch(BN_CTX_new());
+  pki::OwnedBignum cube(BN_new());
+  pki::Check(BN_sqr(cube.get(), &root, scratch.get()) == 1, "square");
+  pki::Check(BN_mul(cube.get(), cube.get(), &root, scratch.get()) == 1, "cube");
+  return cube;
+}
+
+// The largest number whose cube is not above `block`, found bit by bit.
+pki::OwnedBignum CubeRoot(const Bytes& block) {
+  const pki::OwnedBignum limit(BN_bin2bn(block.data(), static_cast<int>(block.size()), nullptr));
+  pki::OwnedBignum root(BN_new());
+  for (int bit = BN_num_bits(limit.get()) / 3 + 1; bit >= 0; --bit) {
+    pki::Check(BN_set_bit(root.get(), bit) == 1, "set bit");
+    if (BN_cmp(Cube(*root).get(), limit.get()) > 0) BN_clear_bit(root.get(), bit);
+  }
+  return root;
+}
+
+TEST_F(LumoPltRsa, WithExponentThreeForgedPaddingFails) {
+  constexpr std::size_t kWanted = 62;  // 00 01, eight FF, 00, the digest's frame and the digest
+  Bytes block = PaddedBlock(256, 8);
+  std::fill(block.begin() + kWanted, block.end(), TEV_BYTE{0xFF});
+  const pki::OwnedBignum root = CubeRoot(block);
+  const Bytes cube = Octets(*Cube(*root), 256);
+  ASSERT_EQ(Bytes(cube.begin(), cube.begin() + kWanted), Bytes(block.begin(), block.begin() + kWanted))
+      << "the cube bears the digest, so only the padding behind it is wrong";
+  ASSERT_EQ(Start(pki::ModulusOf(pki::KeyNamed("plt")), {3}), LUMO_OK);
+  EXPECT_EQ(Verdict(Octets(*root, 256)), 0);
+}
+
+TEST_F(LumoPltRsa, WithExponentThreeAGoodSignaturePasses) {
+  const pki::Key key = pki::KeyNamed("plt exponent 3", 2048, 3);
+  ASSERT_EQ(pki::ExponentOf(key), Bytes{3});
+  ASSERT_EQ(Start(pki::ModulusOf(key), {3}), LUMO_OK);
+  EXPECT_EQ(Verdict(pki::SignBytes(key, "SHA256", content_)), 1);
+}
+
+TEST_F(LumoPltRsa, EveryDigestVerifies) {
+  const pki::Key key = pki::KeyNamed("plt");
+  const LUMO_BIGINT n = Big(pki::ModulusOf(key));
+  const LUMO_BIGINT e = Big(pki::ExponentOf(key));
+  for (const auto& [id, name] :
+       {std::pair{43u, "SHA256"}, std::pair{44u, "SHA384"}, std::pair{45u, "SHA512"}}) {
+    const Bytes signature = pki::SignBytes(key, name, content_);
+    for (TEV_UINT32 tried : {43u, 44u, 45u}) {
+      ASSERT_EQ(_tev_verify_init_impl(state_, &e, &n, tried), LUMO_OK);
+      EXPECT_EQ(Verdict(signature), tried == id ? 1 : 0) << name << " as " << tried;
+    }
+  }
+}
+
+TEST_F(LumoPltRsa, ASignatureThatIsNullOrTooLongToPadIsRefused) {
+  const pki::Key key = pki::KeyNamed("plt");
+  ASSERT_EQ(Start(pki::ModulusOf(key), pki::ExponentOf(key)), LUMO_OK);
+  const TEV_BYTE octet = 0;
+  TEV_INT result = 7;
+  EXPECT_EQ(_tev_verify_final_impl(state_, nullptr, 256, &result), 0xFFFFFFFF);
+  EXPECT_EQ(_tev_verify_final_impl(state_, nullptr, 255, &result), 0xFFFFFFFF);
+  EXPECT_EQ(_tev_verify_final_impl(state_, &octet, 1, nullptr), 0xFFFFFFFF);
+  for (TEV_UINT32 length : {0xFFFFFFF9u, 0xFFFFFFFFu}) {
+    EXPECT_EQ(_tev_verify_final_impl(state_, &octet, length, &result), 0xFFFFFFFF) << length;
+  }
+  EXPECT_EQ(result, 7);
+  EXPECT_EQ(_tev_verify_final_impl(state_, nullptr, 0, &result), LUMO_OK)
+      << "the empty signature is a bad one";
+  EXPECT_EQ(result, 0);
+}
+
+TEST_F(LumoPltRsa, ContentMayBeEmptyButNotNull) {
+  const pki::Key key = pki::KeyNamed("plt");
+  ASSERT_EQ(Start(pki::ModulusOf(key), pki::ExponentOf(key)), LUMO_OK);
+  EXPECT_EQ(lumo_verify_update_impl(state_, nullptr, 1), 0xFFFFFFFF);
+  EXPECT_EQ(lumo_verify_update_impl(state_, content_.data(), 0), LUMO_OK);
+  EXPECT_EQ(lumo_verify_update_impl(state_, nullptr, 0), LUMO_OK);
+  EXPECT_EQ(Verdict(pki::SignBytes(key, "SHA256", content_)), 1);
 }
 
 TEST_F(LumoPltRsa, AnUnknownDigestLeavesTheStateWithoutAKey) {

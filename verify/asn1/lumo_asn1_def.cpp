@@ -28,6 +28,7 @@ constexpr void AppendArc(ENCODED_OID& oid, TEV_UINT32 arc) {
 /// Takes the arc at the front of a dotted text off it.
 constexpr TEV_UINT32 TakeArc(std::string_view& dotted) {
   if (dotted.empty() || dotted.front() < '0' || dotted.front() > '9') oid_text_is_malformed();
+  if (dotted.front() == '0' && dotted.size() > 1 && dotted[1] != '.') oid_text_is_malformed();
   TEV_UINT32 arc = 0;
   while (!dotted.empty() && dotted.front() >= '0' && dotted.front() <= '9') {
     if (arc > 0x0FFFFFFF) oid_text_is_malformed();

@@ -57,7 +57,8 @@ extern const TEV_INT32 g_tevOidCount;
 /// The identifier of an OID, or AOID_UNKNOWN. Only the octets count, not the tag.
 [[nodiscard]] LUMO_AOIDS lumo_find_aoid(const LUMO_VRF* pVrf, const LUMO_ASN_OID* pOid);
 
-/// Compares length and octets, not tags: 0 when equal, else what the memcmp callback tells, or -1.
+/// Compares length and octets, not tags: 0 when equal, else what the memcmp callback tells, or -1. Octets
+/// that are absent on one side only differ from any others of their length but 0.
 [[nodiscard]] TEV_INT32 lumo_compare_asn_octs(const LUMO_VRF* pVrf, const LUMO_ASN_OCTS* pAsnOctsExpect,
                                               const LUMO_ASN_OCTS* pAsnOctsActual);
 
