@@ -245,9 +245,8 @@ typedef struct lumo_crl_bundle_info_st {
  *
  * The caller owns *pCtx and releases it with lumo_vrf_ctx_free. Errors: LUMO_ERR_PARAM for a null pointer,
  * LUMO_ERR_PARAM_SIZE for a wrong st_size (parameters, callback table, platform table, system table),
- * LUMO_ERR_CALLBACK_MISSING for an empty required slot (*pCtx is untouched after these three), the
- * allocator's own error, LUMO_ERR_SYS_MEMSET. *pCtx is null after a failure once the record had been
- * allocated.
+ * LUMO_ERR_CALLBACK_MISSING for an empty required slot, the allocator's own error, LUMO_ERR_SYS_MEMSET.
+ * *pCtx is null after every failure but the first, which leaves it untouched.
  */
 LUMO_NODISCARD LUMO_ERROR_CODE lumo_verify_create_ctx(LUMO_VRF_CTX* pCtx,
                                                       const LUMO_CTX_CREATE_PARAMS* pParams) LUMO_NOEXCEPT;

@@ -56,10 +56,10 @@ void FreeRaw(const LUMO_VRF* pVrf, void* block) {
 
 LUMO_ERROR_CODE lumo_verify_create_ctx(LUMO_VRF_CTX* pCtx, const LUMO_CTX_CREATE_PARAMS* pParams) noexcept {
   if (pCtx == nullptr || pParams == nullptr) return LUMO_ERR_PARAM;
+  *pCtx = nullptr;
   if (auto rc = CheckSizes(*pParams); rc != LUMO_OK) return rc;
   const LUMO_CALLBACK_FUNCS& funcs = pParams->callback_funcs;
   if (auto rc = CheckSlots(funcs); rc != LUMO_OK) return rc;
-  *pCtx = nullptr;
   const LUMO_SYS_MEM_FUNCS& mem = funcs.plt_funcs.sys_funcs.mem_funcs;
   void* block = nullptr;
   if (auto rc = mem.malloc(&block, sizeof(LUMO_VRF)); rc != LUMO_OK) return rc;

@@ -30,7 +30,10 @@ bool IssuedCrl(const LUMO_VRF* pVrf, const LUMO_X509_CERT& candidate, const LUMO
 }  // namespace
 
 LUMO_ERROR_CODE lumo_pki_init(LUMO_VRF* pVrf) {
-  return lumo_malloc_with0(pVrf, &pVrf->pki_ctx, sizeof(LUMO_PKI));
+  LUMO_PKI* pki = nullptr;
+  const LUMO_ERROR_CODE rc = lumo_new(pVrf, &pki);
+  pVrf->pki_ctx = pki;
+  return rc;
 }
 
 void lumo_pki_uninit(LUMO_VRF* pVrf) {
