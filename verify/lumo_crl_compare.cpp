@@ -88,6 +88,7 @@ constexpr const COMPARE_ROW& FindVerdict(LUMO_CRL_PERIOD_STAT scan, Counts count
 }
 
 bool Revokes(const LUMO_VRF* pVrf, const LUMO_REVOKE_LIST& list, const LUMO_SERIAL_NUM& serial) {
+  if (list.sn_list == nullptr || serial.sn_len > sizeof(serial.sn)) return false;
   for (TEV_UINT32 i = 0; i < list.revoke_count; ++i) {
     const LUMO_SERIAL_NUM& revoked = list.sn_list[i];
     if (revoked.sn_len == serial.sn_len && lumo_memcmp(pVrf, revoked.sn, serial.sn, serial.sn_len) == 0)
