@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -86,9 +88,37 @@ TEST_F(LumoAsn1Def, TheTableHoldsTheKnownIdentifiersInOrder) {
 
 TEST_F(LumoAsn1Def, EveryOidIsFoundWhateverItsTag) {
   for (const KnownOid& known : kOracle) {
-    const LUMO_ASN_OCTS oid = View(known.octets, CBT_OCTETSTRING);
-    EXPECT_EQ(lumo_find_aoid(&vrf_, &oid), known.value);
+    for (LUMO_BER_TAG_CODE code : {CBT_OID, CBT_OCTETSTRING}) {
+      const LUMO_ASN_OCTS oid = View(known.octets, code);
+      EXPECT_EQ(lumo_find_aoid(&vrf_, &oid), known.value);
+    }
   }
+}
+
+TEST_F(LumoAsn1Def, EveryIdentifierHasItsOidAndNoOtherValueHas) {
+  std::size_t found = 0;
+  for (TEV_UINT32 value = 0; value < 400; ++value) {
+    const LUMO_ASN_OID* oid = lumo_find_oid(static_cast<LUMO_AOIDS>(value));
+    if (oid == nullptr) continue;
+    ASSERT_LT(found, std::size(kOracle)) << value;
+    EXPECT_EQ(value, kOracle[found].value);
+    EXPECT_EQ(oid, &g_tevOIDTable[found].stAsnOid);
+    ++found;
+  }
+  EXPECT_EQ(found, std::size(kOracle));
+}
+
+TEST_F(LumoAsn1Def, TheResultOfThePlatformsComparisonIsHandedOn) {
+  vrf_.callback_funcs.plt_funcs.sys_funcs.mem_funcs.memcmp = [](const void*, const void*, TEV_SIZE_T) {
+    return 77;
+  };
+  const std::vector<TEV_BYTE> abc = Octets("abc");
+  const std::vector<TEV_BYTE> abd = Octets("abd");
+  const LUMO_ASN_OCTS a = View(abc);
+  const LUMO_ASN_OCTS b = View(abd);
+  const LUMO_ASN_OCTS same_octets = View(abc, CBT_OCTETSTRING);
+  EXPECT_EQ(lumo_compare_asn_octs(&vrf_, &a, &b), 77);
+  EXPECT_EQ(lumo_compare_asn_octs(&vrf_, &a, &same_octets), 0);
 }
 
 TEST_F(LumoAsn1Def, UnknownOidsAreUnknown) {
@@ -131,6 +161,8 @@ TEST_F(LumoAsn1Def, OctetsWithoutBytesAreNeverRead) {
   EXPECT_EQ(lumo_compare_asn_octs(&vrf_, &full, &stale), -1);
   EXPECT_EQ(lumo_compare_asn_octs(&vrf_, &stale, &full), -1);
   EXPECT_EQ(lumo_compare_asn_octs(&vrf_, &empty, &zero), 0);
+  const LUMO_ASN_OCTS as_stale = stale;
+  EXPECT_EQ(lumo_compare_asn_octs(&vrf_, &stale, &as_stale), 0);
 }
 
 struct HashCase {
@@ -199,8 +231,19 @@ TEST_F(LumoAsn1Def, TimesOfOtherLengthsOrTypesFail) {
   EXPECT_EQ(Seconds("2501021234Z", CBT_UTCTIME, &seconds), LUMO_ERR_TIME_FORMAT);
   EXPECT_EQ(Seconds("20250102123456.5Z", CBT_GENERALIZEDTIME, &seconds), LUMO_ERR_TIME_FORMAT);
   EXPECT_EQ(Seconds("250102123456Z", CBT_GENERALIZEDTIME, &seconds), LUMO_ERR_TIME_FORMAT);
+  EXPECT_EQ(Seconds("20250102123456Z", CBT_UTCTIME, &seconds), LUMO_ERR_TIME_FORMAT);
+  EXPECT_EQ(Seconds("2501021234560Z", CBT_UTCTIME, &seconds), LUMO_ERR_TIME_FORMAT);
   EXPECT_EQ(Seconds("250102123456Z", CBT_OCTETSTRING, &seconds), LUMO_ERR_TIME_FORMAT);
+  EXPECT_EQ(Seconds("250102123456Z", CBT_ANY_CODE, &seconds), LUMO_ERR_TIME_FORMAT);
   EXPECT_EQ(seconds, 7);
+}
+
+TEST_F(LumoAsn1Def, ATimeBecomesSecondsAsItIsRead) {
+  TEV_TIME_T seconds = 0;
+  ASSERT_EQ(Seconds("250102123456Z", CBT_UTCTIME, &seconds), LUMO_OK);
+  EXPECT_EQ(seconds, 1735821225);  // 2025-01-02 12:33:45
+  ASSERT_EQ(Seconds("20250102123456Z", CBT_GENERALIZEDTIME, &seconds), LUMO_OK);
+  EXPECT_EQ(seconds, 1735821225);
 }
 
 TEST_F(LumoAsn1Def, ATimeWithoutOctetsFails) {
@@ -228,6 +271,17 @@ TEST_F(LumoAsn1Def, CharactersThatAreNoDigitsWrapInEightBits) {
   EXPECT_EQ(time.uMinute, static_cast<TEV_UINT8>(11 * (' ' - '0')));
 }
 
+TEST_F(LumoAsn1Def, YearsThatAreNoDigitsWrapIn16Bits) {
+  EXPECT_EQ(Broken("/0000101000000Z", CBT_GENERALIZEDTIME).uYear, static_cast<TEV_UINT16>(-1000));
+  EXPECT_EQ(Broken("\xFF\xFF\xFF\xFF"
+                   "0101000000Z",
+                   CBT_GENERALIZEDTIME)
+                .uYear,
+            207u * 1111u % 65536u);
+  EXPECT_EQ(Broken("/00101000000Z", CBT_UTCTIME).uYear, 1890);
+  EXPECT_EQ(Broken("0/0101000000Z", CBT_UTCTIME).uYear, 1899);
+}
+
 TEV_TIME_T At(TEV_UINT16 year, TEV_UINT8 month, TEV_UINT8 day, TEV_UINT8 hour = 0, TEV_UINT8 minute = 0,
               TEV_UINT8 second = 0) {
   LUMO_DATETIME time{};
@@ -248,6 +302,19 @@ TEST_F(LumoAsn1Def, SecondsCountFrom1970) {
   EXPECT_EQ(At(2038, 1, 19, 3, 14, 8), 2147483648LL);
 }
 
+TEST_F(LumoAsn1Def, EveryDayOfThreeCenturiesAgreesWithTheCalendar) {
+  using std::chrono::sys_days;
+  const sys_days end = std::chrono::year{2201} / 1 / 1;
+  for (sys_days day = std::chrono::year{1901} / 1 / 1; day < end; day += std::chrono::days{1}) {
+    const std::chrono::year_month_day date{day};
+    const auto year = static_cast<TEV_UINT16>(static_cast<int>(date.year()));
+    const auto month = static_cast<TEV_UINT8>(static_cast<unsigned>(date.month()));
+    const auto of_month = static_cast<TEV_UINT8>(static_cast<unsigned>(date.day()));
+    ASSERT_EQ(At(year, month, of_month), TEV_TIME_T{day.time_since_epoch().count()} * 86400)
+        << year << "-" << unsigned{month} << "-" << unsigned{of_month};
+  }
+}
+
 TEST_F(LumoAsn1Def, YearsUpTo1900CountFrom1900) {
   EXPECT_EQ(At(70, 1, 1), 0);
   EXPECT_EQ(At(1900, 1, 1), At(3800, 1, 1));
@@ -259,6 +326,10 @@ TEST_F(LumoAsn1Def, NoTimeIsZeroSeconds) {
 
 TEST_F(LumoAsn1Def, FieldsOutOfRangeRollOver) {
   EXPECT_EQ(At(1970, 1, 32), 31 * 86400);
+  EXPECT_EQ(At(1970, 1, 1, 24), 86400);
+  EXPECT_EQ(At(1970, 1, 1, 0, 99, 255), 99 * 60 + 255);
+  EXPECT_EQ(At(1970, 0, 1), At(1969, 12, 1));
+  EXPECT_EQ(At(1970, 13, 1), At(1971, 1, 1));
 }
 
 }  // namespace

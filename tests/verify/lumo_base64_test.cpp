@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
@@ -131,6 +132,53 @@ TEST(LumoBase64, AgreesWithAnIndependentEncoder) {
     EXPECT_EQ(Decode(text), (Decoded{LUMO_OK, octets}));
     EXPECT_EQ(Needed(text), octets.size());
   }
+}
+
+// What OpenSSL decodes from whole groups of the alphabet; it gives the octets that pads stand for as zeros.
+std::string OracleDecode(const std::string& text) {
+  std::string octets(text.size(), 0);
+  const int size =
+      EVP_DecodeBlock(reinterpret_cast<unsigned char*>(octets.data()),
+                      reinterpret_cast<const unsigned char*>(text.data()), static_cast<int>(text.size()));
+  EXPECT_EQ(size, static_cast<int>(text.size() / 4 * 3));
+  const auto pads = static_cast<std::size_t>(std::count(text.begin(), text.end(), '='));
+  octets.resize(text.size() / 4 * 3 - pads);
+  return octets;
+}
+
+const std::string kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+TEST(LumoBase64, AgreesWithOpensslOnEveryThreeDigits) {
+  std::string text;
+  for (std::size_t i = 0; i < 64 * 64 * 64; ++i) {
+    text += {kAlphabet[i / 4096], kAlphabet[i / 64 % 64], kAlphabet[i % 64], kAlphabet[i * 7 / 64 % 64]};
+  }
+  EXPECT_TRUE(Decode(text) == (Decoded{LUMO_OK, OracleDecode(text)}));
+}
+
+TEST(LumoBase64, AgreesWithOpensslOnEveryPaddedGroup) {
+  for (const char a : kAlphabet) {
+    for (const char b : kAlphabet) {
+      const std::string one = {a, b, '=', '='};
+      const std::string two = {b, a, b, '='};
+      ASSERT_EQ(Decode(one), (Decoded{LUMO_OK, OracleDecode(one)})) << one;
+      ASSERT_EQ(Decode(two), (Decoded{LUMO_OK, OracleDecode(two)})) << two;
+    }
+  }
+}
+
+TEST(LumoBase64, PadsLowerEveryLaterGroup) {
+  EXPECT_EQ(Decode("TQ==!!!!"), (Decoded{LUMO_OK, "M\xFF"}));
+  EXPECT_EQ(Decode("!!!="), (Decoded{LUMO_OK, "\xFF\xFF"}));
+  EXPECT_EQ(Decode("="), (Decoded{LUMO_OK, ""}));
+}
+
+TEST(LumoBase64, ARoomThatIsNegativeAsASignedNumberIsTooLittle) {
+  TEV_BYTE room[4] = {0xAA, 0xAA, 0xAA, 0xAA};
+  TEV_UINT32 size = 0x80000000;
+  EXPECT_EQ(lumo_base64_decode("TWFu", 4, room, &size), LUMO_OK);
+  EXPECT_EQ(size, 3u);
+  EXPECT_EQ(room[0], 0xAA);
 }
 
 TEST(LumoBase64, NeverWritesBeyondTheNeededSize) {

@@ -4,6 +4,8 @@
 
 #include <vector>
 
+#include "verify/lumo_vrf.h"
+
 namespace {
 
 std::vector<void*> g_freed;
@@ -68,6 +70,43 @@ TEST_F(LumoList, FreeHandsOutEveryElementOnceAndEmptiesTheList) {
   EXPECT_EQ(g_freed, (std::vector<void*>{&values_[0], nullptr, &values_[2]}));
   EXPECT_EQ(list_.num, 0u);
   EXPECT_EQ(list_.data[2], &values_[2]);
+}
+
+LUMO_LIST_DUMMY* g_shortened = nullptr;
+void NoteAndShorten(const LUMO_VRF* vrf, void* item) {
+  Note(vrf, item);
+  g_shortened->num = 2;
+}
+
+TEST_F(LumoList, FreeHeedsACountThatTheCallbackChanges) {
+  Fill({1, 2, 3, 4});
+  g_shortened = &list_;
+  lumo_list_free(nullptr, &list_, NoteAndShorten);
+  EXPECT_EQ(g_freed, (std::vector<void*>{&values_[0], &values_[1]}));
+  EXPECT_EQ(list_.num, 0u);
+}
+
+void NoteContext(const LUMO_VRF* vrf, void*) {
+  g_freed.push_back(const_cast<LUMO_VRF*>(vrf));
+}
+
+TEST_F(LumoList, FreeHandsTheContextOn) {
+  LUMO_VRF vrf{};
+  Fill({1});
+  lumo_list_free(&vrf, &list_, NoteContext);
+  EXPECT_EQ(g_freed, (std::vector<void*>{&vrf}));
+}
+
+TEST_F(LumoList, ACountAboveTheSlotsIsNeverFollowed) {
+  Fill(std::vector<int>(16, 1));
+  list_.num = 0xFFFFFFFF;
+  int extra = 2;
+  EXPECT_EQ(lumo_list_add(&list_, &extra), LUMO_ERR_LIST_FULL);
+  EXPECT_EQ(lumo_list_sort(&list_, CompareTens), LUMO_OK);
+  EXPECT_EQ(g_compared, 15);
+  lumo_list_free(nullptr, &list_, Note);
+  EXPECT_EQ(g_freed.size(), 16u);
+  EXPECT_EQ(list_.num, 0u);
 }
 
 TEST_F(LumoList, FreeOfNoListDoesNothing) {

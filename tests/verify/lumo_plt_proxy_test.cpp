@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "platform/lumo_plt_impl.h"
 
@@ -161,6 +162,138 @@ TEST_F(LumoPltProxy, TextSlotsAreReached) {
   EXPECT_EQ(lumo_strncmp(&vrf_, "abc", "abd", 2), 0);
   EXPECT_LT(lumo_strncmp(&vrf_, "abc", "abd", 3), 0);
   EXPECT_EQ(lumo_memcmp(&vrf_, "abc", "abd", 2), 0);
+}
+
+TEST_F(LumoPltProxy, TextSizesAreComparedIn32Bits) {
+  char dest[4] = "old";
+  EXPECT_EQ(lumo_strcpy_s(&vrf_, dest, 0x100000002, "ab"), 0x880004FF);
+  EXPECT_STREQ(dest, "old");
+}
+
+// A long text of this length on both sides: the sum leaves 32 bits.
+TEV_UINT32 HugeLength(const TEV_CHAR*) {
+  return 0xFFFFFFF0;
+}
+
+TEST_F(LumoPltProxy, LengthsThatWrapDoNotFit) {
+  vrf_.callback_funcs.plt_funcs.sys_funcs.str_funcs.pf_strlen = HugeLength;
+  char dest[4] = "old";
+  EXPECT_EQ(lumo_strcat_s(&vrf_, dest, sizeof(dest), "a"), 0x880004FF);
+  EXPECT_STREQ(dest, "old");
+}
+
+TEST_F(LumoPltProxy, ACharacterAbove127IsFound) {
+  char text[] = "a\xE4z";
+  EXPECT_EQ(lumo_strchr(&vrf_, text, static_cast<TEV_CHAR>(0xE4)), text + 1);
+}
+
+TEST_F(LumoPltProxy, AFailedAllocationKeepsItsCode) {
+  memory().malloc = [](void** block, TEV_SIZE_T) -> LUMO_ERROR_CODE {
+    *block = nullptr;
+    return LUMO_ERR_MALLOC;
+  };
+  void* block = &block;
+  EXPECT_EQ(lumo_malloc(&vrf_, &block, 1), LUMO_ERR_MALLOC);
+  EXPECT_EQ(lumo_malloc_with0(&vrf_, &block, 1), LUMO_ERR_MALLOC);
+  auto* record = &number_;
+  EXPECT_EQ(lumo_new(&vrf_, &record), LUMO_ERR_MALLOC);
+  EXPECT_EQ(record, nullptr);
+}
+
+TEST_F(LumoPltProxy, ANewRecordIsZeroed) {
+  LUMO_BIGINT* record = nullptr;
+  ASSERT_EQ(lumo_new(&vrf_, &record), LUMO_OK);
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(record), sizeof(*record)),
+            std::string(sizeof(*record), '\0'));
+  lumo_free(&vrf_, record);
+}
+
+// What a slot was called with; each has a result of its own.
+struct Seen {
+  std::vector<const void*> pointers;
+  TEV_UINT32 number = 0;
+};
+Seen g_seen;
+
+LUMO_MD_FUNCS RecordingDigest() {
+  LUMO_MD_FUNCS funcs{};
+  funcs.lumo_md_ctx_create = [](LUMO_CRYPTO_MD_CTX* out) -> LUMO_ERROR_CODE {
+    g_seen = {{out}, 0};
+    return 101;
+  };
+  funcs.lumo_md_init = [](LUMO_CRYPTO_MD_CTX md, TEV_UINT32 hash) -> LUMO_ERROR_CODE {
+    g_seen = {{md}, hash};
+    return 102;
+  };
+  funcs.lumo_md_update = [](LUMO_CRYPTO_MD_CTX md, const TEV_BYTE* data, TEV_UINT32 len) -> LUMO_ERROR_CODE {
+    g_seen = {{md, data}, len};
+    return 103;
+  };
+  funcs.lumo_md_final = [](LUMO_CRYPTO_MD_CTX md, TEV_BYTE* digest, TEV_UINT32* len) -> LUMO_ERROR_CODE {
+    g_seen = {{md, digest, len}, 0};
+    return 104;
+  };
+  funcs.lumo_md_ctx_destory = [](LUMO_CRYPTO_MD_CTX md) { g_seen = {{md}, 105}; };
+  return funcs;
+}
+
+LUMO_CRYPTO_FUNCS RecordingRsa() {
+  LUMO_CRYPTO_FUNCS funcs{};
+  funcs.lumo_verify_ctx_create = [](LUMO_CRYPTO_VRF_CTX* out) -> LUMO_ERROR_CODE {
+    g_seen = {{out}, 0};
+    return 201;
+  };
+  funcs.lumo_verify_init = [](LUMO_CRYPTO_VRF_CTX vrf, const LUMO_BIGINT* e, const LUMO_BIGINT* n,
+                              TEV_UINT32 hash) -> LUMO_ERROR_CODE {
+    g_seen = {{vrf, e, n}, hash};
+    return 202;
+  };
+  funcs.lumo_verify_update = [](LUMO_CRYPTO_VRF_CTX vrf, const TEV_BYTE* data,
+                                TEV_UINT32 len) -> LUMO_ERROR_CODE {
+    g_seen = {{vrf, data}, len};
+    return 203;
+  };
+  funcs.lumo_verify_final = [](LUMO_CRYPTO_VRF_CTX vrf, const TEV_BYTE* signature, TEV_UINT32 len,
+                               TEV_INT* result) -> LUMO_ERROR_CODE {
+    g_seen = {{vrf, signature, result}, len};
+    return 204;
+  };
+  funcs.lumo_verify_ctx_destory = [](LUMO_CRYPTO_VRF_CTX vrf) { g_seen = {{vrf}, 205}; };
+  return funcs;
+}
+
+void ExpectSeen(const std::vector<const void*>& pointers, TEV_UINT32 number) {
+  EXPECT_EQ(g_seen.pointers, pointers);
+  EXPECT_EQ(g_seen.number, number);
+}
+
+TEST_F(LumoPltProxy, DigestSlotsGetTheArgumentsUnchanged) {
+  vrf_.callback_funcs.md_funcs = RecordingDigest();
+  EXPECT_EQ(lumo_md_ctx_create(&vrf_, &handle_), 101u);
+  ExpectSeen({&handle_}, 0);
+  EXPECT_EQ(lumo_md_init(&vrf_, &vrf_, 44), 102u);
+  ExpectSeen({&vrf_}, 44);
+  EXPECT_EQ(lumo_md_update(&vrf_, &vrf_, octets_, 0xFFFFFFFF), 103u);
+  ExpectSeen({&vrf_, octets_}, 0xFFFFFFFF);
+  EXPECT_EQ(lumo_md_final(&vrf_, &vrf_, octets_, &size_), 104u);
+  ExpectSeen({&vrf_, octets_, &size_}, 0);
+  lumo_md_ctx_destory(&vrf_, &handle_);
+  ExpectSeen({&handle_}, 105);
+}
+
+TEST_F(LumoPltProxy, RsaSlotsGetTheArgumentsUnchanged) {
+  vrf_.callback_funcs.crypt_funcs = RecordingRsa();
+  const LUMO_BIGINT modulus{};
+  EXPECT_EQ(lumo_verify_ctx_create(&vrf_, &handle_), 201u);
+  ExpectSeen({&handle_}, 0);
+  EXPECT_EQ(lumo_verify_init(&vrf_, &vrf_, &number_, &modulus, 45), 202u);
+  ExpectSeen({&vrf_, &number_, &modulus}, 45);
+  EXPECT_EQ(lumo_verify_update(&vrf_, &vrf_, octets_, 0), 203u);
+  ExpectSeen({&vrf_, octets_}, 0);
+  EXPECT_EQ(lumo_verify_final(&vrf_, &vrf_, octets_, 513, &result_), 204u);
+  ExpectSeen({&vrf_, octets_, &result_}, 513);
+  lumo_verify_ctx_destory(&vrf_, &handle_);
+  ExpectSeen({&handle_}, 205);
 }
 
 TEST_F(LumoPltProxy, AFileIsOpenedReadAndClosed) {
