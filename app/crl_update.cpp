@@ -43,7 +43,7 @@ struct Progress {
 Progress Decode(const LUMO_CTX_CREATE_PARAMS& params, const OwnedBytes& root, CrlBytes crl,
                 DecodedCrl* decoded) {
   if (auto code = decoded->ctx.Create(params); code != LUMO_OK) return {Step::kCreate, code};
-  const LUMO_VRF_CTX ctx = decoded->ctx.get();
+  LUMO_VRF_CTX ctx = decoded->ctx.get();
   if (auto code = lumo_verify_add_cert(ctx, root.get(), kRootCertSize); code != LUMO_OK)
     return {Step::kAddRoot, code};
   const auto length = static_cast<TEV_UINT32>(crl.length);

@@ -49,7 +49,7 @@ typedef void* LUMO_CRYPTO_VRF_CTX; /* a running RSA verification of the platform
 
 /* The statuses, from verify/lumo_errors.def. Their values do not fit ISO C11 enumerators, hence the two
  * spellings. */
-#define LUMO_ERROR(code, name, meaning) name = code,
+#define LUMO_ERROR(code, name, meaning) name = (code),
 #ifdef __cplusplus
 enum LUMO_STATUS : LUMO_ERROR_CODE {
 #else

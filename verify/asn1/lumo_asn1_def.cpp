@@ -53,16 +53,16 @@ constexpr ENCODED_OID EncodeOid(std::string_view dotted) {
 }
 
 struct KNOWN_OID {
-  LUMO_AOIDS aoid;
   const TEV_CHAR* name;
+  LUMO_AOIDS aoid;
   ENCODED_OID oid;
 };
 
 // Row 0 holds an octet that no OID consists of.
 #define KNOWN(aoid, dotted) \
-  { aoid, #aoid, EncodeOid(dotted) }
+  { #aoid, aoid, EncodeOid(dotted) }
 constexpr KNOWN_OID kKnown[kOidCount] = {
-    {AOID_UNKNOWN, "AOID_UNKNOWN", {{0xFF}, 1}},
+    {"AOID_UNKNOWN", AOID_UNKNOWN, {{0xFF}, 1}},
     KNOWN(AOID_SHA256, "2.16.840.1.101.3.4.2.1"),
     KNOWN(AOID_SHA384, "2.16.840.1.101.3.4.2.2"),
     KNOWN(AOID_SHA512, "2.16.840.1.101.3.4.2.3"),
@@ -159,16 +159,16 @@ constexpr std::array<LUMO_OID_INFO, kOidCount> g_tevOIDTable = MakeTable();
 constexpr TEV_INT32 g_tevOidCount = kOidCount;
 
 const LUMO_ASN_OID* lumo_find_oid(LUMO_AOIDS aoid) {
-  for (const LUMO_OID_INFO& row : g_tevOIDTable) {
-    if (row.aoid == aoid) return &row.stAsnOid;
+  for (std::size_t i = 0; i < kOidCount; ++i) {
+    if (g_tevOIDTable[i].aoid == aoid) return &g_tevOIDTable[i].stAsnOid;
   }
   return nullptr;
 }
 
 LUMO_AOIDS lumo_find_aoid(const LUMO_VRF* pVrf, const LUMO_ASN_OID* pOid) {
   if (pOid == nullptr) return AOID_UNKNOWN;
-  for (const LUMO_OID_INFO& row : g_tevOIDTable) {
-    if (lumo_compare_asn_octs(pVrf, &row.stAsnOid, pOid) == 0) return row.aoid;
+  for (std::size_t i = 0; i < kOidCount; ++i) {
+    if (lumo_compare_asn_octs(pVrf, &g_tevOIDTable[i].stAsnOid, pOid) == 0) return g_tevOIDTable[i].aoid;
   }
   return AOID_UNKNOWN;
 }

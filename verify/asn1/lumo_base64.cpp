@@ -103,7 +103,7 @@ LUMO_ERROR_CODE _tevB64DoDec(const TEV_CHAR* encoded, TEV_UINT32 nEncoded, Outpu
   for (TEV_UINT32 i = 0; i < nEncoded; ++i) {
     const TEV_CHAR character = encoded[i];
     if (character == '\r' || character == '\n' || character == ' ') continue;
-    if (character == '=') --octets;
+    if (character == '=' && octets > 1) --octets;
     bits = (bits << 6) | (tev_base64_dec_map[static_cast<unsigned char>(character)] & kDigitMask);
     if (++count < kGroup) continue;
     count = 0;
