@@ -13,7 +13,7 @@
 namespace fwpack {
 namespace {
 
-constexpr UtcTime kDefaultLifetime = 10 * 365 * kSecondsPerDay;
+constexpr UtcTime kDefaultLifetime = kSecondsPerDay * 365 * 10;
 
 struct Issuer {
   std::string name{};

@@ -17,7 +17,7 @@ constexpr unsigned int kMinKeyBits = 2048;
 constexpr unsigned int kMaxKeyBits = 4096;
 constexpr unsigned int kMaxSigners = 99;
 constexpr std::size_t kMaxPrefix = 40;
-constexpr UtcTime kDefaultLifetime = 20 * 365 * kSecondsPerDay;
+constexpr UtcTime kDefaultLifetime = kSecondsPerDay * 365 * 20;
 
 struct Times {
   UtcTime not_before = 0;
@@ -103,7 +103,6 @@ class DevPkiMaker {
   [[nodiscard]] CertSpec Spec(CertKind kind, const std::string& common_name) const {
     CertSpec spec;
     spec.kind = kind;
-    spec.organization = options_.subject_prefix;
     spec.common_name = options_.subject_prefix + " " + common_name;
     spec.not_before = times_.not_before;
     spec.not_after = times_.not_after;

@@ -20,7 +20,7 @@ int Complain(std::string text, int exit_status) {
 
 int Run(int argc, char** argv) {
   CLI::App app("Makes the software packages that fwvet checks.", "fwpack");
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);
   app.footer(
       "Times are UTC, like 2026-11-21T10:30:00Z. Exit status: 0 done, 2 the device would refuse, 3 bad "
       "input.");
@@ -33,6 +33,9 @@ int Run(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     const bool is_help = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success);
     return is_help ? app.exit(error) : Complain(error.what(), fwpack::kInputError);
+  }
+  if (app.get_subcommands().empty()) {
+    return Complain("no command given; see fwpack --help", fwpack::kInputError);
   }
   return fwpack::kAccepted;
 }

@@ -31,18 +31,14 @@ constexpr Usage UsageOf(CertKind kind) {
   return {"critical,CA:TRUE", "critical,keyCertSign,cRLSign", nullptr};
 }
 
-void AddNameEntry(X509_NAME* name, const char* field, const std::string& value) {
-  RequireOpenSsl(X509_NAME_add_entry_by_txt(name, field, MBSTRING_UTF8,
-                                            reinterpret_cast<const unsigned char*>(value.data()),
-                                            static_cast<int>(value.size()), -1, 0) == 1,
-                 "put '" + value + "' into a name");
-}
-
-NamePtr MakeName(const CertSpec& spec) {
+// One attribute is enough to tell the names apart, and leaves room for the rest in a root of limited length.
+NamePtr MakeName(const std::string& common_name) {
   NamePtr name(X509_NAME_new());
-  RequireOpenSsl(name != nullptr, "make a name");
-  AddNameEntry(name.get(), "O", spec.organization);
-  AddNameEntry(name.get(), "CN", spec.common_name);
+  RequireOpenSsl(name != nullptr &&
+                     X509_NAME_add_entry_by_txt(name.get(), "CN", MBSTRING_UTF8,
+                                                reinterpret_cast<const unsigned char*>(common_name.data()),
+                                                static_cast<int>(common_name.size()), -1, 0) == 1,
+                 "make the name '" + common_name + "'");
   return name;
 }
 
@@ -122,7 +118,7 @@ IntegerPtr RandomSerial() {
 }
 
 CertPtr MakeCert(const CertSpec& spec, EVP_PKEY* key, X509* issuer, EVP_PKEY* issuer_key) {
-  const NamePtr subject = MakeName(spec);
+  const NamePtr subject = MakeName(spec.common_name);
   CertPtr cert(X509_new());
   RequireOpenSsl(
       cert != nullptr && X509_set_version(cert.get(), kVersion3) == 1 &&

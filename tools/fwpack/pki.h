@@ -20,7 +20,6 @@ enum class CertKind { kCa, kCodeSigner, kTimeStamper };
 
 struct CertSpec {
   CertKind kind = CertKind::kCa;
-  std::string organization{};
   std::string common_name{};
   UtcTime not_before = 0;
   UtcTime not_after = 0;

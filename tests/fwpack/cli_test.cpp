@@ -1,0 +1,140 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include "tests/fwpack/fwpack_fixture.h"
+
+using packtest::Fwpack;
+using packtest::NamesIn;
+using packtest::Pki;
+using packtest::ReadText;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+std::vector<std::string> SignArguments(const std::string& content, const std::string& package) {
+  return {"sign",
+          "--content",
+          content,
+          "--out",
+          package,
+          "--signer-cert",
+          Pki("signer.pem"),
+          "--signer-key",
+          Pki("signer.key"),
+          "--ca",
+          Pki("issuing-ca.pem"),
+          "--ca",
+          Pki("tsa-ca.pem"),
+          "--tsa-cert",
+          Pki("tsa.pem"),
+          "--tsa-key",
+          Pki("tsa.key"),
+          "--crl",
+          Pki("bundle.pem"),
+          "--timestamp-time",
+          packtest::kTime};
+}
+
+void ExpectOneLineError(const ToolResult& result, int status, const std::string& text) {
+  EXPECT_EQ(result.status, status);
+  EXPECT_EQ(result.out, "");
+  EXPECT_THAT(result.err, StartsWith("fwpack: "));
+  EXPECT_THAT(result.err, HasSubstr(text));
+  EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << result.err;
+}
+
+}  // namespace
+
+TEST(FwpackProgram, WithoutOrWithUnknownArgumentsFailsWithStatus3) {
+  ExpectOneLineError(Fwpack({}), 3, "no command given");
+  ExpectOneLineError(Fwpack({"bake"}), 3, "bake");
+  ExpectOneLineError(Fwpack({"root"}), 3, "CERT");
+  ExpectOneLineError(Fwpack({"devpki", "x", "--signers", "many"}), 3, "--signers");
+  ExpectOneLineError(Fwpack({"sign", "--signature-form", "xml"}), 3, "--signature-form");
+  ExpectOneLineError(Fwpack({"crl", "--pki", Pki(""), "--out", "/nowhere/x", "--this-update", "soon"}), 3,
+                     "soon");
+}
+
+TEST(FwpackProgram, ExplainsItself) {
+  const ToolResult result = Fwpack({"--help"});
+  EXPECT_EQ(result.status, 0);
+  for (const char* command : {"devpki", "crl", "sign", "root"}) EXPECT_THAT(result.out, HasSubstr(command));
+  EXPECT_EQ(Fwpack({"sign", "--help"}).status, 0);
+}
+
+TEST(FwpackProgram, TellsWhetherACertificateCanBeTheRoot) {
+  const ToolResult good = Fwpack({"root", Pki("root.pem")});
+  EXPECT_EQ(good.status, 0) << good.err;
+  EXPECT_THAT(good.out, HasSubstr("can be the device's root"));
+  ExpectOneLineError(Fwpack({"root", Pki("signer.pem")}), 2, "signer.pem: cannot be the device's root");
+  ExpectOneLineError(Fwpack({"root", "/nowhere.pem"}), 3, "/nowhere.pem: cannot be opened");
+}
+
+TEST(FwpackProgram, WritesThePaddedRootOnlyWhenItCanBeOne) {
+  const ScratchDir dir;
+  EXPECT_EQ(Fwpack({"root", Pki("root.pem"), "--out", dir / "padded.pem"}).status, 0);
+  EXPECT_EQ(ReadText(dir / "padded.pem"), ReadText(Pki("root.pem")));
+  EXPECT_EQ(Fwpack({"root", Pki("signer.pem"), "--out", dir / "signer.pem"}).status, 2);
+  EXPECT_THAT(NamesIn(dir.path()), testing::ElementsAre("padded.pem"));
+}
+
+TEST(FwpackProgram, SignsWhatTheDeviceAccepts) {
+  const ScratchDir dir;
+  packtest::WriteText(dir / "content", "software");
+  const ToolResult result = Fwpack(SignArguments(dir / "content", dir / "package"));
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.out + result.err, "");
+  packtest::Device device(ReadText(Pki("root.pem")));
+  EXPECT_EQ(device.Verify(packtest::Split(dir / "package")), 0U);
+}
+
+TEST(FwpackProgram, SignsAtTheTimeOfSourceDateEpoch) {
+  const ScratchDir dir;
+  packtest::WriteText(dir / "content", "software");
+  std::vector<std::string> arguments = SignArguments(dir / "content", dir / "package");
+  arguments.resize(arguments.size() - 2);
+  EXPECT_EQ(Fwpack(arguments, {.environment = {{"SOURCE_DATE_EPOCH", "1748781290"}}}).status, 0);
+  const packtest::Parts parts = packtest::Split(dir / "package");
+  EXPECT_EQ(der::Bytes(parts.crl_tail.begin() + 34, parts.crl_tail.begin() + 39),
+            (der::Bytes{6, 1, 12, 34, 50}));
+}
+
+TEST(FwpackProgram, SignsInMemoryThatDoesNotGrowWithTheContent) {
+  const ScratchDir dir;
+  packtest::WriteText(dir / "content", "");
+  constexpr long kContentKib = 256L << 10U;
+  std::filesystem::resize_file(dir / "content", static_cast<std::uintmax_t>(kContentKib) << 10U);
+  const ToolResult result = Fwpack(SignArguments(dir / "content", dir / "package"));
+  EXPECT_EQ(result.status, 0) << result.err;
+  rusage usage{};
+  ASSERT_EQ(getrusage(RUSAGE_CHILDREN, &usage), 0);
+  EXPECT_LT(usage.ru_maxrss, kContentKib / 2);
+}
+
+TEST(FwpackProgram, LeavesNothingBehindWhenAnInputIsMissing) {
+  const ScratchDir dir;
+  packtest::WriteText(dir / "content", "software");
+  std::filesystem::create_directory(dir / "out");
+  std::vector<std::string> arguments = SignArguments(dir / "content", "out/package");
+  arguments[10] = "none.pem";
+  ExpectOneLineError(Fwpack(arguments, {.directory = dir.path()}), 3, "none.pem: cannot be opened");
+  EXPECT_TRUE(NamesIn(dir / "out").empty());
+}
+
+TEST(FwpackProgram, MakesRevokingBundles) {
+  const ScratchDir dir;
+  const ToolResult made =
+      Fwpack({"crl", "--pki", Pki(""), "--revoke", "signer:keyCompromise:2025-05-01T00:00:00Z", "--revoke",
+              "tsa-ca", "--issuer", "issuing-ca", "--issuer", "root", "--this-update", "2025-05-02",
+              "--next-update", "2030-01-01", "--out", dir / "bundle.pem"});
+  EXPECT_EQ(made.status, 0) << made.err;
+  EXPECT_NE(ReadText(dir / "bundle.pem"), ReadText(Pki("bundle.pem")));
+  packtest::WriteText(dir / "content", "software");
+  std::vector<std::string> arguments = SignArguments(dir / "content", dir / "package");
+  arguments[18] = dir / "bundle.pem";
+  ASSERT_EQ(Fwpack(arguments).status, 0);
+  packtest::Device device(ReadText(Pki("root.pem")));
+  EXPECT_EQ(device.Verify(packtest::Split(dir / "package")), 0x88200002U);
+}

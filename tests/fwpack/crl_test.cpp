@@ -1,0 +1,152 @@
+#include "tools/fwpack/crl.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/fwpack/fwpack_fixture.h"
+#include "verify/lumo.h"
+
+using fwpack::CrlBundleOptions;
+using fwpack::MakeCrlBundle;
+using fwpack::ParseRevocation;
+using fwpack::ParseUtcTime;
+using packtest::ErrorOf;
+using packtest::Pki;
+using packtest::ReadText;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+CrlBundleOptions BundleFor(const ScratchDir& dir, const std::string& this_update = "2025-01-01") {
+  CrlBundleOptions options;
+  options.pki = Pki("");
+  options.this_update = ParseUtcTime(this_update);
+  options.out = dir / "bundle.pem";
+  return options;
+}
+
+int Compare(const std::string& offered, const std::string& stored) {
+  return packtest::Device(ReadText(Pki("root.pem"))).Compare(offered, stored);
+}
+
+// The CRL number `index` of a bundle in the words of the openssl program.
+std::string DescribeCrl(const ScratchDir& dir, std::size_t index) {
+  const std::string bundle = ReadText(dir / "bundle.pem");
+  const std::string begin = "-----BEGIN X509 CRL-----";
+  std::size_t at = bundle.find(begin);
+  for (; index > 0; --index) at = bundle.find(begin, at + 1);
+  packtest::WriteText(dir / "one.crl", bundle.substr(at));
+  const ToolResult result = packtest::OpenSsl({"crl", "-in", dir / "one.crl", "-noout", "-text"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  return result.out;
+}
+
+}  // namespace
+
+TEST(ParseRevocation, TakesNameReasonAndDate) {
+  const fwpack::Revocation name = ParseRevocation("signer");
+  EXPECT_EQ(name.name, "signer");
+  EXPECT_EQ(name.reason, -1);
+  EXPECT_FALSE(name.date.has_value());
+  EXPECT_EQ(ParseRevocation("signer:keyCompromise").reason, 1);
+  EXPECT_EQ(ParseRevocation("signer:aACompromise").reason, 10);
+  const fwpack::Revocation all = ParseRevocation("tsa:superseded:2025-01-02T03:04:05Z");
+  EXPECT_EQ(all.reason, 4);
+  EXPECT_EQ(all.date, ParseUtcTime("2025-01-02T03:04:05Z"));
+  const fwpack::Revocation undated = ParseRevocation("tsa::2025-01-02");
+  EXPECT_EQ(undated.reason, -1);
+  EXPECT_EQ(undated.date, ParseUtcTime("2025-01-02"));
+}
+
+TEST(ParseRevocation, RefusesTheRest) {
+  EXPECT_THAT(ErrorOf([] { (void)ParseRevocation(""); }), HasSubstr("names no certificate"));
+  EXPECT_THAT(ErrorOf([] { (void)ParseRevocation(":superseded"); }), HasSubstr("names no certificate"));
+  EXPECT_THAT(ErrorOf([] { (void)ParseRevocation("../x"); }), HasSubstr("without path"));
+  EXPECT_THAT(ErrorOf([] { (void)ParseRevocation("x:bored"); }), HasSubstr("keyCompromise"));
+  EXPECT_THAT(ErrorOf([] { (void)ParseRevocation("x:superseded:soon"); }), HasSubstr("is no time"));
+}
+
+TEST(CrlBundle, RevokesInTheCrlOfTheIssuer) {
+  const ScratchDir dir;
+  CrlBundleOptions options = BundleFor(dir);
+  options.revocations = {ParseRevocation("signer:keyCompromise:2024-06-01"), ParseRevocation("tsa-ca"),
+                         ParseRevocation("tsa:cessationOfOperation")};
+  MakeCrlBundle(options);
+  const std::string root = DescribeCrl(dir, 0);
+  EXPECT_THAT(root, HasSubstr("Last Update: Jan  1 00:00:00 2025 GMT"));
+  EXPECT_THAT(root, HasSubstr("Revocation Date: Jan  1 00:00:00 2025 GMT"));
+  EXPECT_THAT(root, Not(HasSubstr("Reason Code")));
+  const std::string issuing = DescribeCrl(dir, 1);
+  EXPECT_THAT(issuing, HasSubstr("Revocation Date: Jun  1 00:00:00 2024 GMT"));
+  EXPECT_THAT(issuing, HasSubstr("Key Compromise"));
+  EXPECT_THAT(DescribeCrl(dir, 2), HasSubstr("Cessation Of Operation"));
+}
+
+TEST(CrlBundle, WithLaterUpdatesIsNewerToTheDevice) {
+  const ScratchDir dir;
+  MakeCrlBundle(BundleFor(dir));
+  const std::string offered = ReadText(dir / "bundle.pem");
+  const std::string stored = ReadText(Pki("bundle.pem"));
+  EXPECT_EQ(Compare(offered, stored), SCPS_NEW);
+  EXPECT_EQ(Compare(stored, offered), SCPS_OLD);
+  EXPECT_EQ(Compare(stored, stored), SCPS_SAME);
+}
+
+TEST(CrlBundle, CanRenewOneIssuerAlone) {
+  const ScratchDir dir;
+  CrlBundleOptions options = BundleFor(dir);
+  options.issuers = {"issuing-ca"};
+  MakeCrlBundle(options);
+  EXPECT_THAT(DescribeCrl(dir, 0), HasSubstr("Last Update: Jan  1 00:00:00 2024 GMT"));
+  EXPECT_THAT(DescribeCrl(dir, 1), HasSubstr("Last Update: Jan  1 00:00:00 2025 GMT"));
+  const std::string issuing_newer = ReadText(dir / "bundle.pem");
+  options.issuers = {"root", "tsa-ca"};
+  MakeCrlBundle(options);
+  EXPECT_EQ(Compare(issuing_newer, ReadText(Pki("bundle.pem"))), SCPS_NEW);
+  EXPECT_EQ(Compare(issuing_newer, ReadText(dir / "bundle.pem")), SCPS_MIX);
+}
+
+TEST(CrlBundle, ReplacesAnEarlierOne) {
+  const ScratchDir dir;
+  packtest::WriteText(dir / "bundle.pem", "earlier");
+  MakeCrlBundle(BundleFor(dir));
+  EXPECT_THAT(ReadText(dir / "bundle.pem"), Not(HasSubstr("earlier")));
+}
+
+TEST(CrlBundle, TakesAsManyEntriesAsTheDeviceDecodesAndNoMore) {
+  const ScratchDir dir;
+  CrlBundleOptions options = BundleFor(dir);
+  options.revocations.assign(20, ParseRevocation("signer2"));
+  MakeCrlBundle(options);
+  EXPECT_EQ(Compare(ReadText(dir / "bundle.pem"), ReadText(Pki("bundle.pem"))), SCPS_NEW);
+  options.revocations.push_back(ParseRevocation("signer"));
+  EXPECT_THAT(ErrorOf([&options] { MakeCrlBundle(options); }), HasSubstr("at most 20"));
+}
+
+TEST(CrlBundle, RefusesWhatThePkiDoesNotHave) {
+  struct Case {
+    const char* error;
+    std::function<void(CrlBundleOptions&)> change;
+  };
+  const Case cases[] = {
+      {"nobody.pem: cannot be opened",
+       [](CrlBundleOptions& o) { o.revocations = {ParseRevocation("nobody")}; }},
+      {"'signer' is no issuer", [](CrlBundleOptions& o) { o.issuers = {"signer"}; }},
+      {"whose CRL is not made new",
+       [](CrlBundleOptions& o) {
+         o.issuers = {"root"};
+         o.revocations = {ParseRevocation("signer")};
+       }},
+      {"--next-update", [](CrlBundleOptions& o) { o.next_update = o.this_update; }},
+      {"no digest", [](CrlBundleOptions& o) { o.digest = "md5"; }},
+      {"root.pem: cannot be opened", [](CrlBundleOptions& o) { o.pki = "/nowhere"; }},
+  };
+  for (const Case& c : cases) {
+    const ScratchDir dir;
+    CrlBundleOptions options = BundleFor(dir);
+    c.change(options);
+    EXPECT_THAT(ErrorOf([&options] { MakeCrlBundle(options); }), HasSubstr(c.error));
+    EXPECT_TRUE(packtest::NamesIn(dir.path()).empty());
+  }
+}

@@ -1,0 +1,104 @@
+#include "tools/fwpack/files.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "tests/fwpack/fwpack_fixture.h"
+
+using namespace fwpack;
+using packtest::ErrorOf;
+using packtest::NamesIn;
+using packtest::ReadText;
+
+TEST(OutputFile, AppearsWhenItIsCommitted) {
+  const ScratchDir dir;
+  OutputFile file(dir / "out");
+  file.Write("one");
+  file.Write("two");
+  EXPECT_FALSE(std::filesystem::exists(dir / "out"));
+  file.Commit();
+  EXPECT_EQ(ReadText(dir / "out"), "onetwo");
+  EXPECT_EQ(NamesIn(dir.path()), (std::vector<std::string>{"out"}));
+}
+
+TEST(OutputFile, LeavesWhatStoodThereWhenItIsGivenUp) {
+  const ScratchDir dir;
+  packtest::WriteText(dir / "out", "old");
+  {
+    OutputFile file(dir / "out");
+    file.Write("new");
+  }
+  EXPECT_EQ(ReadText(dir / "out"), "old");
+  EXPECT_EQ(NamesIn(dir.path()), (std::vector<std::string>{"out"}));
+}
+
+TEST(OutputFile, IsRefusedInPlaceOfADirectoryOrADevice) {
+  const ScratchDir dir;
+  EXPECT_NE(ErrorOf([&dir] { const OutputFile file(dir.path()); }).find("no regular file"),
+            std::string::npos);
+  EXPECT_NE(ErrorOf([] { const OutputFile file("/dev/null"); }).find("no regular file"), std::string::npos);
+}
+
+TEST(OutputFile, IsRefusedInADirectoryThatDoesNotExist) {
+  const ScratchDir dir;
+  EXPECT_NE(ErrorOf([&dir] { const OutputFile file(dir / "none/out"); }).find("none/out: cannot be created"),
+            std::string::npos);
+}
+
+TEST(OutputDirectory, KeepsSecretsToTheirOwner) {
+  const ScratchDir dir;
+  OutputDirectory out(dir / "pki");
+  out.Add("cert", "public");
+  out.AddSecret("key", "secret");
+  out.Commit();
+  struct stat status {};
+  ASSERT_EQ(stat((dir / "pki/key").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777U, 0600U);
+  EXPECT_EQ(ReadText(dir / "pki/key"), "secret");
+  EXPECT_EQ(ReadText(dir / "pki/cert"), "public");
+}
+
+TEST(OutputDirectory, TakesThePlaceOfAnEmptyOne) {
+  const ScratchDir dir;
+  std::filesystem::create_directory(dir / "pki");
+  OutputDirectory out(dir / "pki/");
+  out.Add("a", "1");
+  out.Commit();
+  EXPECT_EQ(NamesIn(dir / "pki"), (std::vector<std::string>{"a"}));
+}
+
+TEST(OutputDirectory, NeverTakesThePlaceOfAFullOneOrAFile) {
+  const ScratchDir dir;
+  std::filesystem::create_directory(dir / "full");
+  packtest::WriteText(dir / "full/keep", "me");
+  packtest::WriteText(dir / "file", "me");
+  for (const char* name : {"full", "full/", "file"}) {
+    EXPECT_NE(ErrorOf([&] { const OutputDirectory out(dir / name); }).find("will not be overwritten"),
+              std::string::npos);
+  }
+  EXPECT_EQ(ReadText(dir / "full/keep"), "me");
+}
+
+TEST(OutputDirectory, DisappearsWhenItIsGivenUp) {
+  const ScratchDir dir;
+  {
+    OutputDirectory out(dir / "pki");
+    out.AddSecret("key", "secret");
+  }
+  EXPECT_TRUE(NamesIn(dir.path()).empty());
+}
+
+TEST(ReadSmallFile, TakesNoMoreThanItsLimit) {
+  const ScratchDir dir;
+  packtest::WriteText(dir / "f", std::string(5000, 'x'));
+  EXPECT_EQ(ReadSmallFile(dir / "f", 5000).size(), 5000U);
+  EXPECT_NE(ErrorOf([&dir] { (void)ReadSmallFile(dir / "f", 4999); }).find("longer than 4999 bytes"),
+            std::string::npos);
+}
+
+TEST(ReadSmallFile, NamesTheFileThatCannotBeRead) {
+  const ScratchDir dir;
+  EXPECT_NE(ErrorOf([&dir] { (void)ReadSmallFile(dir / "none"); }).find("none: cannot be opened"),
+            std::string::npos);
+  EXPECT_NE(ErrorOf([&dir] { (void)ReadSmallFile(dir.path()); }).find("cannot be read"), std::string::npos);
+}
