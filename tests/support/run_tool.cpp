@@ -48,7 +48,7 @@ struct Command {
       const std::string text = *entry;
       if (setup.environment.count(text.substr(0, text.find('='))) == 0) texts.push_back(text);
     }
-    for (const auto& [name, value] : setup.environment) texts.push_back(name + "=" + value);
+    for (const auto& [name, value] : setup.environment) texts.emplace_back(name).append("=").append(value);
     for (std::size_t i = 0; i < texts.size(); ++i) {
       (i < argument_count ? argv : envp).push_back(texts[i].data());
     }
