@@ -2,6 +2,6 @@
 add_library(verify_test_support STATIC faulty_callbacks.cpp verify_context.cpp)
 target_link_libraries(verify_test_support PUBLIC lumo lumo_platform fwvet_test_support fwvet_failing_allocator)
 
-foreach(room IN ITEMS lumo_ctx)
+foreach(room IN ITEMS lumo_ctx lumo_load lumo_pem)
   fwvet_add_test(NAME ${room}_test SOURCES ${room}_test.cpp LIBS verify_test_support)
 endforeach()

@@ -26,10 +26,6 @@ struct ParamsCase {
   friend void PrintTo(const ParamsCase& row, std::ostream* out) { *out << row.name; }
 };
 
-std::string NameOfCase(const ::testing::TestParamInfo<ParamsCase>& info) {
-  return info.param.name;
-}
-
 TEST(LumoCtx, CreationWithoutAPlaceOrWithoutParametersChangesNothing) {
   const FailingAllocator allocator;
   const LUMO_CTX_CREATE_PARAMS params = allocator.params();
@@ -66,7 +62,7 @@ INSTANTIATE_TEST_SUITE_P(
                    [](LUMO_CTX_CREATE_PARAMS& p) { ++p.callback_funcs.plt_funcs.sys_funcs.st_size; }},
         ParamsCase{"SystemBelow",
                    [](LUMO_CTX_CREATE_PARAMS& p) { --p.callback_funcs.plt_funcs.sys_funcs.st_size; }}),
-    NameOfCase);
+    NameOfRow());
 
 class LumoCtxOptional : public ::testing::TestWithParam<ParamsCase> {};
 
@@ -99,7 +95,7 @@ INSTANTIATE_TEST_SUITE_P(
                    [](LUMO_CTX_CREATE_PARAMS& p) { System(p).plt_funcs.get_thread_id = nullptr; }},
         ParamsCase{"UtcTime", [](LUMO_CTX_CREATE_PARAMS& p) { System(p).plt_funcs.get_utc_time = nullptr; }},
         ParamsCase{"Mktime", [](LUMO_CTX_CREATE_PARAMS& p) { System(p).plt_funcs.mktime = nullptr; }}),
-    NameOfCase);
+    NameOfRow());
 
 class LumoCtxRequired : public ::testing::TestWithParam<ParamsCase> {};
 
@@ -154,7 +150,7 @@ INSTANTIATE_TEST_SUITE_P(
                       ParamsCase{"MdUpdate", [](P& p) { Md(p).lumo_md_update = nullptr; }},
                       ParamsCase{"MdFinal", [](P& p) { Md(p).lumo_md_final = nullptr; }},
                       ParamsCase{"MdDestroy", [](P& p) { Md(p).lumo_md_ctx_destory = nullptr; }}),
-    NameOfCase);
+    NameOfRow());
 
 constexpr LUMO_ERROR_CODE kForeign = 0x12345678;
 int g_fills_left = 0;

@@ -51,6 +51,14 @@ class VerifyContext {
 /// Whether final would say yes: every step worked and the result is 1.
 bool Accepts(VerifyContext& context, const der::Bytes& signature, const der::Bytes& content);
 
+/// Names the cases of a table after their rows.
+struct NameOfRow {
+  template <class Info>
+  std::string operator()(const Info& info) const {
+    return info.param.name;
+  }
+};
+
 /// The octets of a PEM text.
 der::Bytes PemOf(const std::string& label, const der::Bytes& der);
 
