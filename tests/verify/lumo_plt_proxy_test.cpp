@@ -170,9 +170,9 @@ TEST_F(LumoPltProxy, TextSizesAreComparedIn32Bits) {
   EXPECT_STREQ(dest, "old");
 }
 
-// A long text of this length on both sides: the sum leaves 32 bits.
+// Two texts of this length: their sum is 0 in 32 bits.
 TEV_UINT32 HugeLength(const TEV_CHAR*) {
-  return 0xFFFFFFF0;
+  return 0x80000000;
 }
 
 TEST_F(LumoPltProxy, LengthsThatWrapDoNotFit) {
