@@ -4,4 +4,4 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1:-build/dev}
 git ls-files 'app/*.cpp' 'platform/*.cpp' 'pieces/*.cpp' 'verify/*.cpp' 'tools/*.cpp' |
-  xargs -P "$(nproc)" -n 4 clang-tidy --quiet -p "$build"
+  xargs -P "$(nproc)" -n 1 clang-tidy --quiet -p "$build"
