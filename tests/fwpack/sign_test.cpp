@@ -183,6 +183,14 @@ TEST_F(FwpackSign, CarriesTheSignerAloneWhenItsIssuerIsNotGiven) {
   EXPECT_EQ(DeviceVerdict(parts), 0U);  // the bundle has the issuers
 }
 
+TEST_F(FwpackSign, CarriesNoRootEvenWhenItIsTheIssuer) {
+  options_.signer_cert = Pki("issuing-ca.pem");
+  options_.signer_key = Pki("issuing-ca.key");
+  options_.ca = {Pki("root.pem"), Pki("tsa-ca.pem")};
+  SignAndSplit();
+  EXPECT_EQ(Count(Describe(), "d.certificate:"), 1U);
+}
+
 TEST_F(FwpackSign, NamesTheSignerByIssuerAndSerialNumberAndHasSignedAttributes) {
   SignAndSplit();
   const std::string message = Describe();
