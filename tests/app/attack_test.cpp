@@ -11,7 +11,6 @@ namespace {
 
 using der::Bytes;
 using pki::Cert;
-using world::CrlPlan;
 
 const Bytes& Content() {
   static const Bytes content = der::FromText("software");
