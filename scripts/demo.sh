@@ -78,4 +78,4 @@ printf 'From now on the old package is rejected, although its own CRL is good:\n
 expect 255 "rejected as revoked" -f "$work/old.pkg" | tee "$work/last"
 grep -q 'Error: The certificate of system-software has been revoked!' "$work/last" || fail "no revocation line"
 
-say "All went as it must: genuine software passes; changed, revoked or replayed software does not."
+say "All went as it must: genuine software passes, changed or revoked software does not."
