@@ -43,6 +43,11 @@ void* __real_malloc(std::size_t size);
 void* __wrap_malloc(std::size_t size) {
   return Fails("malloc") ? nullptr : __real_malloc(size);
 }
+// An optimiser may make one calloc of a malloc and the zeros that follow it.
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+  return Fails("malloc") ? nullptr : __real_calloc(count, size);
+}
 EVP_MD_CTX* __real_EVP_MD_CTX_new();
 EVP_MD_CTX* __wrap_EVP_MD_CTX_new() {
   return Fails("EVP_MD_CTX_new") ? nullptr : __real_EVP_MD_CTX_new();
