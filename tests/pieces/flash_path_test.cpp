@@ -4,6 +4,8 @@
 
 namespace {
 
-TEST(FlashPath, IsTheOneThatTheBuildWasGiven) { EXPECT_STREQ(FlashDevicePath(), FWVET_FLASH_FILE); }
+TEST(FlashPath, IsTheOneThatTheBuildWasGiven) {
+  EXPECT_STREQ(FlashDevicePath(), FWVET_FLASH_FILE);
+}
 
 }  // namespace
