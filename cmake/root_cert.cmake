@@ -4,15 +4,23 @@ include_guard(GLOBAL)
 include("${CMAKE_CURRENT_LIST_DIR}/devpki.cmake")
 set(FWVET_EMBED_SCRIPT "${CMAKE_CURRENT_LIST_DIR}/embed_root_cert.cmake")
 
-# Adds the rule that makes `source` from the certificate in `pem`, in the directory of the caller.
+# Adds the rule that makes `source` from the certificate in `pem`, in the directory of the caller. The rule also depends
+# on a note of which certificate it was: another one must be compiled in even when its file is older than the source.
+# What follows the comment are targets that make the certificate.
 function(_fwvet_add_root_source source pem comment)
   fwvet_fwpack_command(fwpack)
+  set(note "${source}.from")
+  set(hash "")
+  if(NOT ARGN)
+    file(SHA256 "${pem}" hash)
+  endif()
+  file(CONFIGURE OUTPUT "${note}" CONTENT "${pem} ${hash}\n" @ONLY)
   set(padded "${source}.pem")
   add_custom_command(OUTPUT "${source}"
     COMMAND ${fwpack} root "${pem}" --out "${padded}"
     COMMAND "${CMAKE_COMMAND}" "-DPEM=${padded}" "-DSOURCE=${source}" -P "${FWVET_EMBED_SCRIPT}"
     BYPRODUCTS "${padded}"
-    DEPENDS ${fwpack} "${pem}" "${FWVET_EMBED_SCRIPT}" ${ARGN}
+    DEPENDS ${fwpack} "${pem}" "${note}" "${FWVET_EMBED_SCRIPT}" ${ARGN}
     COMMENT "${comment}"
     VERBATIM)
 endfunction()

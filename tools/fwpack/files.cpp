@@ -39,7 +39,7 @@ bool WriteAll(int file, std::string_view bytes) {
 // system.
 std::string TemplateBeside(const fs::path& place) {
   const fs::path parent = place.has_parent_path() ? place.parent_path() : fs::path(".");
-  return (parent / ("." + place.filename().string() + ".XXXXXX")).string();
+  return (parent / std::string(1, '.').append(place.filename().string()).append(".XXXXXX")).string();
 }
 
 // After a rename: the directory entry must be on the disk too. Nothing can be undone any more, and file
