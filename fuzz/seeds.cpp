@@ -1,0 +1,44 @@
+#include "fuzz/seeds.h"
+
+#include <stdexcept>
+
+#include "tests/support/test_cms.h"
+
+namespace {
+
+using pki::Bytes;
+
+struct World {
+  pki::Cert root = pki::SelfSigned(pki::CaSpec("Root"));
+  pki::Cert signer = pki::Issue(root, pki::CodeSignerSpec("Signer", {2}));
+  pki::Cert tsa = pki::Issue(root, pki::TimeStamperSpec("Stamper", {3}));
+
+  [[nodiscard]] Bytes Crl() const {
+    pki::CrlSpec spec;
+    spec.revoked = {{.serial = {9}, .date = pki::Utc(2024, 1, 1), .reason = 1}};
+    return pki::MakeCrl(root, spec);
+  }
+
+  [[nodiscard]] Bytes Message(bool attributes) const {
+    pki::SignerSpec spec{.signer = signer};
+    spec.signed_attributes = attributes;
+    spec.token = pki::TokenSpec{.tsa = tsa, .certs = {tsa}};
+    return pki::MakeCms(
+        {.content = der::FromText("x"), .content_file = {}, .signers = {spec}, .certs = {signer}});
+  }
+};
+
+}  // namespace
+
+std::vector<Bytes> SeedsFor(const std::string& parser) {
+  const World world;
+  const std::string bundle = pki::PemBundle({world.Crl()}, {world.root, world.signer});
+  if (parser == "base64") return {der::FromText("TWFu  \r\nTWE=\n"), der::FromText(bundle)};
+  if (parser == "bundle") return {der::FromText(bundle), der::Concat(world.Crl(), world.root.der)};
+  if (parser == "cert") return {world.root.der, world.signer.der, world.tsa.der};
+  if (parser == "cms") return {world.Message(true), world.Message(false)};
+  if (parser == "crl") return {world.Crl()};
+  if (parser == "signature")
+    return {world.Message(true), der::FromText(pki::Pem("CMS", world.Message(false)))};
+  throw std::invalid_argument("no parser of the name " + parser);
+}
