@@ -306,4 +306,18 @@ INSTANTIATE_TEST_SUITE_P(
              BeginRefuses("88200312")}),
     CaseName);
 
+// A signature over signed attributes is, bit for bit, also one over their encoding as content. Nothing on the
+// device can tell the two apart: such a file passes, but it can only be those attributes themselves.
+TEST_F(AppTest, TheSignedAttributesThemselvesPassAsContentAndNothingElseDoes) {
+  const auto dropped = [](pki::RawSignedData&, pki::RawSignerInfo& by) { by.signed_attributes = {}; };
+  const Bytes message = RawMessage({RightDigest()}, dropped);
+  const Bytes attributes = der::Set(RightDigest());
+  const std::string same = Save("attributes", package::Build(attributes, message, TheWorld().Crls({})));
+  EXPECT_EQ(FileCertCheck(same.c_str()), 0U);
+  Bytes longer = attributes;
+  longer.push_back(0);
+  const std::string other = Save("longer", package::Build(longer, message, TheWorld().Crls({})));
+  EXPECT_EQ(FileCertCheck(other.c_str()), 0xFFFFFFFFU);
+}
+
 }  // namespace
