@@ -7,7 +7,7 @@
 
 #include "app/BspDebug.h"
 #include "app/stub.h"
-#include "pieces/flashPiece.h"
+#include "pieces/flashPieceArea.h"
 #include "pieces/piece_errors.h"
 #include "pieces/piece_guards.h"
 #include "pieces/piece_layout.h"

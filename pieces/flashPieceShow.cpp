@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "pieces/flashPiece.h"
 #include "pieces/flashPieceAdp.h"
+#include "pieces/flashPieceArea.h"
 #include "pieces/flashPieceFile.h"
 #include "pieces/piece_errors.h"
 #include "pieces/piece_guards.h"
