@@ -3,6 +3,6 @@ add_library(verify_test_support STATIC bent_messages.cpp faulty_callbacks.cpp ve
 target_link_libraries(verify_test_support PUBLIC lumo lumo_platform fwvet_test_support fwvet_failing_allocator)
 
 foreach(room IN ITEMS lumo_ctx lumo_load lumo_pem cms_verify cms_timestamp lumo_pki lumo_revocation
-    lumo_crl_bundle lumo_crl_compare)
+    lumo_crl_bundle lumo_crl_compare attacks allocation_failures)
   fwvet_add_test(NAME ${room}_test SOURCES ${room}_test.cpp LIBS verify_test_support)
 endforeach()
