@@ -2,113 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <string>
 #include <vector>
 
-#include "platform/lumo_plt_impl.h"
 #include "tests/support/failing_allocator.h"
-#include "tests/support/raw_pki.h"
-#include "verify/lumo_plt_proxy.h"
+#include "tests/verify/faulty_callbacks.h"
+#include "tests/verify/x509_fixture.h"
 
 namespace {
 
 using pki::Bytes;
 
-int g_rsaCalls = 0;
-
-LUMO_ERROR_CODE CountingCreate(LUMO_CRYPTO_VRF_CTX* ctx) {
-  ++g_rsaCalls;
-  return lumo_verify_ctx_create_impl(ctx);
-}
-
-class LumoX509 : public ::testing::Test {
- protected:
-  void SetUp() override {
-    ASSERT_EQ(lumo_set_callback_funcs(&vrf_.callback_funcs), 0);
-    vrf_.callback_funcs.crypt_funcs.lumo_verify_ctx_create = CountingCreate;
-    g_rsaCalls = 0;
-  }
-  void TearDown() override {
-    for (LUMO_X509_CERT* cert : certs_) lumo_x509_free_cert(&vrf_, cert);
-    for (LUMO_X509_CRL* crl : crls_) lumo_x509_free_crl(&vrf_, crl);
-  }
-
-  LUMO_ERROR_CODE TryCert(const Bytes& der, LUMO_X509_CERT** cert) {
-    inputs_.push_back(der);
-    const Bytes& kept = inputs_.back();
-    return lumo_x509_decode_cert(&vrf_, kept.data(), static_cast<TEV_UINT32>(kept.size()), cert, &consumed_);
-  }
-
-  LUMO_ERROR_CODE TryCrl(const Bytes& der, LUMO_X509_CRL** crl) {
-    inputs_.push_back(der);
-    const Bytes& kept = inputs_.back();
-    return lumo_x509_decode_crl(&vrf_, kept.data(), static_cast<TEV_UINT32>(kept.size()), crl, &consumed_);
-  }
-
-  LUMO_X509_CERT* Cert(const Bytes& der) {
-    LUMO_X509_CERT* cert = nullptr;
-    EXPECT_EQ(TryCert(der, &cert), LUMO_OK);
-    if (cert != nullptr) certs_.push_back(cert);
-    return cert;
-  }
-
-  LUMO_X509_CRL* Crl(const Bytes& der) {
-    LUMO_X509_CRL* crl = nullptr;
-    EXPECT_EQ(TryCrl(der, &crl), LUMO_OK);
-    if (crl != nullptr) crls_.push_back(crl);
-    return crl;
-  }
-
-  LUMO_ERROR_CODE CertCode(const Bytes& der) {
-    LUMO_X509_CERT* cert = nullptr;
-    const LUMO_ERROR_CODE rc = TryCert(der, &cert);
-    if (cert != nullptr) certs_.push_back(cert);
-    return rc;
-  }
-
-  LUMO_ERROR_CODE CrlCode(const Bytes& der) {
-    LUMO_X509_CRL* crl = nullptr;
-    const LUMO_ERROR_CODE rc = TryCrl(der, &crl);
-    if (crl != nullptr) crls_.push_back(crl);
-    return rc;
-  }
-
-  // The subject of a certificate with this encoded name.
-  const LUMO_X509_NAME* NameOf(const Bytes& name) {
-    pki::RawCert raw = pki::RawCertFrom(pki::CaSpec("Name"), name);
-    raw.subject = name;
-    LUMO_X509_CERT* cert = Cert(pki::SignedFrame(raw.Tbs(), pki::KeyNamed("Name")));
-    return cert == nullptr ? nullptr : &cert->toBeSigned.subject;
-  }
-
-  std::string TextOf(const Bytes& name, LUMO_ERROR_CODE expected = LUMO_OK) {
-    TEV_CHAR* text = nullptr;
-    TEV_UINT32 length = 0;
-    const LUMO_X509_NAME* decoded = NameOf(name);
-    if (decoded == nullptr) return "not decoded";
-    EXPECT_EQ(lumo_convert_from_x509_name(&vrf_, decoded, &text, &length), expected);
-    if (text == nullptr) return "";
-    std::string result = text;
-    EXPECT_EQ(result.size(), length);
-    lumo_free(&vrf_, text);
-    return result;
-  }
-
-  LUMO_VRF vrf_{};
-  TEV_UINT32 consumed_ = 0;
-  std::vector<Bytes> inputs_ = [] {
-    std::vector<Bytes> inputs;
-    inputs.reserve(64);  // records point into these
-    return inputs;
-  }();
-  std::vector<LUMO_X509_CERT*> certs_;
-  std::vector<LUMO_X509_CRL*> crls_;
-};
-
 constexpr const char* kCommonName = "2.5.4.3";
-constexpr const char* kCountry = "2.5.4.6";
-constexpr const char* kOrganization = "2.5.4.10";
 
 Bytes Attribute(const char* oid, const Bytes& value) {
   return der::Seq(der::Oid(oid), value);
@@ -261,172 +165,120 @@ TEST_F(LumoX509, AnEmptyExtensionValueFailsTheSequence) {
   EXPECT_EQ(CertCode(pki::SignedFrame(raw.Tbs(), pki::KeyNamed("Empty"))), 0x88300401u);
 }
 
-// CRLs.
+TEST_F(LumoX509, TheVersionMustBeThereButMayBeAny) {
+  pki::RawCert raw = GoodFields();
+  raw.version = der::Explicit(0, der::Integer(77));
+  EXPECT_EQ(CertCode(DerOf(raw)), LUMO_OK);
+  raw.version = {};
+  EXPECT_EQ(CertCode(DerOf(raw)), 0xFFFFFFFFu);
+  raw.version = der::Explicit(1, der::Integer(2));
+  EXPECT_EQ(CertCode(DerOf(raw)), 0xFFFFFFFFu);
+  raw.version = der::Explicit(0, der::OctetString("2"));
+  EXPECT_EQ(CertCode(DerOf(raw)), 0x88300001u);
+}
 
-class LumoX509Crl : public LumoX509 {
- protected:
-  pki::Cert root_ = pki::SelfSigned(pki::CaSpec("Root"));
+TEST_F(LumoX509, UniqueIdentifiersAreSteppedOver) {
+  pki::RawCert raw = GoodFields();
+  raw.unique_ids = der::Concat(der::Tlv(0x81, Bytes{0, 1, 2}), der::Tlv(0x82, Bytes{0, 3}));
+  const LUMO_X509_CERT* cert = Cert(DerOf(raw));
+  ASSERT_NE(cert, nullptr);
+  EXPECT_EQ(cert->toBeSigned.extensions.ca_info.is_ca, 1);
+  raw.unique_ids = der::Tlv(0xA1, Bytes{0, 1, 2});
+  EXPECT_EQ(CertCode(DerOf(raw)), 0x88300401u);
+}
 
-  Bytes CrlWithEntries(int count) {
-    pki::CrlSpec spec;
-    for (int i = 0; i < count; ++i) {
-      spec.revoked.push_back(
-          {.serial = {static_cast<TEV_BYTE>(i + 1)}, .date = pki::Utc(2024, 1, 1), .reason = {}});
-    }
-    return pki::MakeCrl(root_, spec);
+TEST_F(LumoX509, AnUnknownFieldBehindTheExtensionsFails) {
+  pki::RawCert raw = GoodFields();
+  raw.extensions_present = false;
+  raw.unique_ids = der::Concat(der::Explicit(3, der::Seq()), der::Explicit(4, der::Seq()));
+  EXPECT_EQ(CertCode(DerOf(raw)), 0x88300401u);
+}
+
+TEST_F(LumoX509, TheKeyIsReadAsRsaWhateverItsAlgorithmSays) {
+  pki::RawCert raw = GoodFields();
+  const Bytes key = der::Seq(der::UnsignedInteger({0xC5, 1}), der::Integer(3));
+  raw.public_key = der::Seq(der::Seq(der::Oid("1.2.840.10045.2.1")), der::BitString(key, 7));
+  const LUMO_X509_CERT* cert = Cert(DerOf(raw));
+  ASSERT_NE(cert, nullptr);
+  EXPECT_EQ(cert->toBeSigned.subjectPubKey.subjectPublicKey.rsa_pub.modules.len, 2u);
+  raw.public_key = der::Seq(der::Seq(der::Oid("1.2.840.10045.2.1")), der::BitString({4, 1, 2, 3}));
+  EXPECT_EQ(CertCode(DerOf(raw)), 0x88300001u);
+  raw.public_key = der::Seq(der::Seq(der::Oid("1.2.840.113549.1.1.1")), Bytes{3, 0});
+  EXPECT_EQ(CertCode(DerOf(raw)), 0x88300401u);
+}
+
+TEST_F(LumoX509, AbsentAndNullAlgorithmParametersReadAlike) {
+  for (const Bytes& parameters : {Bytes{}, der::Null()}) {
+    const Bytes tbs = GoodFields().Tbs();
+    const Bytes algorithm = der::Seq(der::Oid("1.2.840.113549.1.1.11"), parameters);
+    const LUMO_X509_CERT* cert = Cert(der::Seq(tbs, algorithm, der::BitString({1})));
+    ASSERT_NE(cert, nullptr);
+    EXPECT_EQ(cert->algorithm.algorithm.len, 9u);
+    EXPECT_EQ(cert->algorithm.parameters.octs, nullptr);
   }
+}
+
+struct ConstraintsCase {
+  const char* value;  // of the extension, hexadecimal
+  LUMO_ERROR_CODE code;
+  int is_ca;
 };
 
-TEST_F(LumoX509Crl, TwentyEntriesFitAndTwentyOneDoNot) {
-  EXPECT_EQ(Crl(CrlWithEntries(20))->tbs_cert_list.revoked_certs.revoked_list.num, 20u);
-  EXPECT_EQ(CrlCode(CrlWithEntries(21)), 0x88300701u);
+TEST_F(LumoX509, BasicConstraintsTakeFFForTrueAndDropThePathLength) {
+  for (const ConstraintsCase& c :
+       {ConstraintsCase{"3000", LUMO_OK, 0}, ConstraintsCase{"30030101ff", LUMO_OK, 1},
+        ConstraintsCase{"3003010101", LUMO_OK, 0}, ConstraintsCase{"30060101ff020105", LUMO_OK, 1},
+        ConstraintsCase{"3003020105", LUMO_OK, 0}, ConstraintsCase{"30080101ff0201050500", 0x88300401, 0},
+        ConstraintsCase{"30040102ffff", LUMO_OK, 0}}) {
+    pki::RawCert raw = GoodFields();
+    raw.extensions = {
+        pki::ExtensionDer({.oid = "2.5.29.19", .critical = true, .value = der::FromHex(c.value)})};
+    LUMO_X509_CERT* cert = nullptr;
+    EXPECT_EQ(TryCert(DerOf(raw), &cert), c.code) << c.value;
+    if (cert == nullptr) continue;
+    EXPECT_EQ(cert->toBeSigned.extensions.ca_info.is_ca, c.is_ca) << c.value;
+    certs_.push_back(cert);
+  }
 }
 
-TEST_F(LumoX509Crl, WithoutEntriesTheCountIsZero) {
-  const LUMO_X509_CRL* crl = Crl(CrlWithEntries(0));
-  EXPECT_EQ(crl->tbs_cert_list.revoked_certs.revoked_list.num, 0u);
-  EXPECT_EQ(crl->iRef, 1);
+TEST_F(LumoX509, TenPurposesFitAndOnlyTheFirstIsRecorded) {
+  pki::RawCert raw = GoodFields();
+  std::vector<Bytes> ten(10, der::Oid("1.3.6.1.5.5.7.3.3"));
+  ten[0] = der::Oid("1.3.6.1.5.5.7.3.8");
+  raw.extensions = {pki::ExtensionDer({.oid = "2.5.29.37", .critical = false, .value = der::SeqOf(ten)})};
+  const LUMO_X509_CERT* cert = Cert(DerOf(raw));
+  ASSERT_NE(cert, nullptr);
+  EXPECT_EQ(cert->toBeSigned.extensions.exku, LUMO_EXKU_TIME_STAMPING);
 }
 
-TEST_F(LumoX509Crl, ReasonAndDateOfAnEntryAreRead) {
-  pki::CrlSpec spec;
-  spec.revoked = {{.serial = {5}, .date = pki::Utc(2024, 1, 1), .reason = 4},
-                  {.serial = {6}, .date = pki::Utc(2024, 1, 1), .reason = {}}};
-  const LUMO_X509_CRL* crl = Crl(pki::MakeCrl(root_, spec));
-  const auto& list = crl->tbs_cert_list.revoked_certs.revoked_list;
-  EXPECT_EQ(list.data[0].attrs.reason, 4);
-  EXPECT_EQ(list.data[0].revocation_date.tag.code, CBT_UTCTIME);
-  EXPECT_EQ(list.data[1].attrs.reason, 0);
+TEST_F(LumoX509, ARepeatedExtensionCountsByItsLastValueButPurposesAddUp) {
+  pki::RawCert raw = GoodFields();
+  const auto usage = [](const char* hex) {
+    return pki::ExtensionDer({.oid = "2.5.29.15", .critical = true, .value = der::FromHex(hex)});
+  };
+  const auto purpose = [](const char* oid) {
+    return pki::ExtensionDer({.oid = "2.5.29.37", .critical = false, .value = der::Seq(der::Oid(oid))});
+  };
+  raw.extensions = {usage("03020106"), usage("03020780"), purpose("1.3.6.1.5.5.7.3.3"),
+                    purpose("1.3.6.1.5.5.7.3.8")};
+  const LUMO_X509_CERT* cert = Cert(DerOf(raw));
+  ASSERT_NE(cert, nullptr);
+  EXPECT_EQ(cert->toBeSigned.extensions.ku, 0x80);
+  EXPECT_EQ(cert->toBeSigned.extensions.exku, LUMO_EXKU_CODE_SIGNING | LUMO_EXKU_TIME_STAMPING);
 }
 
-TEST_F(LumoX509Crl, TheIndirectMarkIsRead) {
-  pki::CrlSpec spec;
-  spec.indirect = true;
-  EXPECT_EQ(Crl(pki::MakeCrl(root_, spec))->tbs_cert_list.extensions.idp.indirectCRL, 1);
-  EXPECT_EQ(Crl(CrlWithEntries(0))->tbs_cert_list.extensions.idp.indirectCRL, 0);
+TEST_F(LumoX509, WhatFollowsTheCertificateIsNotLookedAt) {
+  const Bytes good = DerOf(GoodFields());
+  ASSERT_NE(Cert(der::Concat(good, Bytes{0xFF, 0xFF})), nullptr);
+  EXPECT_EQ(consumed_, good.size());
 }
 
-Bytes RawCrlDer(pki::RawCrl raw, const pki::Cert& root) {
-  raw.issuer = pki::SubjectOf(root);
-  return pki::SignedFrame(raw.Tbs(), root.key);
-}
-
-TEST_F(LumoX509Crl, WithoutNextUpdateItFailsWhateverFollows) {
-  pki::RawCrl bare;
-  bare.next_update = {};
-  EXPECT_EQ(CrlCode(RawCrlDer(bare, root_)), 0x88300401u);
-  pki::RawCrl entries = bare;
-  entries.revoked = der::Seq(pki::RevokedEntry({.serial = {5}, .date = pki::Utc(2024, 1, 1), .reason = {}}));
-  EXPECT_EQ(CrlCode(RawCrlDer(entries, root_)), 0x88300401u);
-  pki::RawCrl extensions = bare;
-  extensions.extensions = der::Explicit(0, der::Seq());
-  EXPECT_EQ(CrlCode(RawCrlDer(extensions, root_)), 0x88300401u);
-}
-
-TEST_F(LumoX509Crl, AVersionOneCrlFails) {
-  pki::RawCrl raw;
-  raw.version = {};
-  EXPECT_EQ(CrlCode(RawCrlDer(raw, root_)), 0x88300001u);
-}
-
-// Names.
-
-TEST_F(LumoX509, NamesDifferInCase) {
-  EXPECT_EQ(lumo_compare_x509_name(&vrf_, NameOf(CommonName("a")), NameOf(CommonName("A"))), 0xFFFFFFFFu);
-}
-
-TEST_F(LumoX509, StringTypesDoNotMatter) {
-  EXPECT_EQ(lumo_compare_x509_name(&vrf_, NameOf(CommonName("a")),
-                                   NameOf(der::Seq(Rdn(kCommonName, der::Printable("a"))))),
-            LUMO_OK);
-}
-
-TEST_F(LumoX509, OnlyTheFirstAttributeOfAnRdnIsCompared) {
-  const Bytes one =
-      der::Seq(der::Set(Attribute(kCommonName, der::Utf8("a")), Attribute(kOrganization, der::Utf8("x"))));
-  const Bytes two =
-      der::Seq(der::Set(Attribute(kCommonName, der::Utf8("a")), Attribute(kOrganization, der::Utf8("y"))));
-  EXPECT_EQ(lumo_compare_x509_name(&vrf_, NameOf(one), NameOf(two)), LUMO_OK);
-  EXPECT_EQ(lumo_compare_x509_name(&vrf_, NameOf(one), NameOf(CommonName("a"))), LUMO_OK);
-}
-
-TEST_F(LumoX509, NamesOfDifferentLengthsOrTypesDiffer) {
-  const Bytes two = der::Seq(Rdn(kCommonName, der::Utf8("a")), Rdn(kCommonName, der::Utf8("a")));
-  EXPECT_EQ(lumo_compare_x509_name(&vrf_, NameOf(CommonName("a")), NameOf(two)), 0xFFFFFFFFu);
-  EXPECT_EQ(lumo_compare_x509_name(&vrf_, NameOf(CommonName("a")),
-                                   NameOf(der::Seq(Rdn(kOrganization, der::Utf8("a"))))),
-            0xFFFFFFFFu);
-}
-
-TEST_F(LumoX509, EmptyNamesAreEqualAndNullIsRefused) {
-  const LUMO_X509_NAME* empty = NameOf(der::Seq());
-  EXPECT_EQ(lumo_compare_x509_name(&vrf_, empty, NameOf(der::Seq())), LUMO_OK);
-  EXPECT_EQ(lumo_compare_x509_name(&vrf_, nullptr, empty), LUMO_ERR_PARAM);
-  EXPECT_EQ(lumo_compare_x509_name(&vrf_, empty, nullptr), LUMO_ERR_PARAM);
-}
-
-TEST_F(LumoX509, ANameReadsInEncodedOrder) {
-  EXPECT_EQ(TextOf(der::Seq(Rdn(kCountry, der::Printable("CN")), Rdn(kOrganization, der::Utf8("x")),
-                            Rdn(kCommonName, der::Utf8("y")))),
-            "C=CN,O=x,CN=y");
-}
-
-TEST_F(LumoX509, EveryKnownAttributeHasItsPrefix) {
-  EXPECT_EQ(TextOf(der::Seq(Rdn("2.5.4.3", der::Utf8("a")), Rdn("2.5.4.7", der::Utf8("b")),
-                            Rdn("2.5.4.8", der::Utf8("c")), Rdn("2.5.4.10", der::Utf8("d")),
-                            Rdn("2.5.4.11", der::Utf8("e")), Rdn("2.5.4.6", der::Utf8("f")),
-                            Rdn("1.2.840.113549.1.9.1", der::Ia5("g")), Rdn("2.5.29.15", der::Utf8("h")))),
-            "CN=a,L=b,S=c,O=d,OU=e,C=f,E=g,xx=h");
-}
-
-TEST_F(LumoX509, AnAttributeOutsideTheTableFailsTheConversion) {
-  EXPECT_EQ(TextOf(der::Seq(Rdn(kCommonName, der::Utf8("a")), Rdn("2.5.4.5", der::Printable("123"))),
-                   LUMO_ERR_NAME_CONVERT),
-            "");
-}
-
-TEST_F(LumoX509, AnEmptyNameIsAnEmptyText) {
-  EXPECT_EQ(TextOf(der::Seq()), "");
-}
-
-TEST_F(LumoX509, AValueIsCutAtAZeroOctet) {
-  EXPECT_EQ(TextOf(CommonName(std::string("ab\0cd", 5))), "CN=ab");
-}
-
-TEST_F(LumoX509, AValueThatFillsTheRoomLosesItsLastOctetAndALongerOneIsDropped) {
-  EXPECT_EQ(TextOf(CommonName(std::string(124, 'x'))), "CN=" + std::string(124, 'x'));
-  EXPECT_EQ(TextOf(CommonName(std::string(125, 'x'))), "CN=" + std::string(124, 'x'));
-  EXPECT_EQ(TextOf(CommonName(std::string(126, 'x'))), "CN=");
-}
-
-TEST_F(LumoX509, WhatDoesNotFitDropsTheTailOfItsRdnOnly) {
-  const Bytes filler = der::Utf8(std::string(120, 'x'));
-  const std::string taken = "CN=" + std::string(120, 'x');
-  const Bytes name =
-      der::Seq(Rdn(kCommonName, filler), Rdn(kCommonName, filler),
-               der::Set(Attribute(kCommonName, der::Utf8("too long")), Attribute(kCountry, der::Utf8("c"))),
-               Rdn(kCountry, der::Utf8("d")));
-  EXPECT_EQ(TextOf(name), taken + "," + taken + ",C=d");
-}
-
-TEST_F(LumoX509, ANameOf255CharactersFits) {
-  const Bytes name =
-      der::Seq(Rdn(kCommonName, der::Utf8(std::string(120, 'x'))),
-               Rdn(kCommonName, der::Utf8(std::string(120, 'x'))), Rdn(kCountry, der::Utf8("12345")));
-  EXPECT_EQ(TextOf(name).size(), 255u);
-  const Bytes longer =
-      der::Seq(Rdn(kCommonName, der::Utf8(std::string(120, 'x'))),
-               Rdn(kCommonName, der::Utf8(std::string(120, 'x'))), Rdn(kCountry, der::Utf8("123456")));
-  EXPECT_EQ(TextOf(longer).size(), 247u);
-}
-
-TEST_F(LumoX509, TheConversionRefusesMissingArguments) {
-  TEV_CHAR* text = nullptr;
-  TEV_UINT32 length = 0;
-  const LUMO_X509_NAME* name = NameOf(CommonName("a"));
-  EXPECT_EQ(lumo_convert_from_x509_name(&vrf_, nullptr, &text, &length), LUMO_ERR_PARAM);
-  EXPECT_EQ(lumo_convert_from_x509_name(&vrf_, name, nullptr, &length), LUMO_ERR_PARAM);
-  EXPECT_EQ(lumo_convert_from_x509_name(&vrf_, name, &text, nullptr), LUMO_ERR_PARAM);
+TEST_F(LumoX509, APositiveSerialNumberLosesItsSignOctet) {
+  pki::RawCert raw = GoodFields();
+  raw.serial = der::IntegerOctets({0x00, 0x80, 0x01});
+  EXPECT_EQ(Cert(DerOf(raw))->toBeSigned.serialNumber.len, 2u);
+  raw.serial = der::OctetString("12");
+  EXPECT_EQ(CertCode(DerOf(raw)), 0x88300003u);
 }
 
 // Keys and signatures.
@@ -440,22 +292,16 @@ TEST_F(LumoX509, ThePublicKeyIsExtracted) {
   EXPECT_EQ(Bytes(n.aVal, n.aVal + n.uiLength), pki::ModulusOf(root.key));
 }
 
-LUMO_X509_CERT* CertWithModulus(LUMO_VRF* vrf, std::vector<Bytes>* inputs, std::size_t octets) {
+Bytes CertificateWithModulus(std::size_t octets) {
   pki::RawCert raw = pki::RawCertFrom(pki::CaSpec("Large"), CommonName("Large"));
   raw.public_key = pki::RsaPublicKeyInfo(Bytes(octets, 0xA5), {1, 0, 1});
-  inputs->push_back(pki::SignedFrame(raw.Tbs(), pki::KeyNamed("Large")));
-  LUMO_X509_CERT* cert = nullptr;
-  TEV_UINT32 consumed = 0;
-  EXPECT_EQ(lumo_x509_decode_cert(vrf, inputs->back().data(), static_cast<TEV_UINT32>(inputs->back().size()),
-                                  &cert, &consumed),
-            LUMO_OK);
-  return cert;
+  return pki::SignedFrame(raw.Tbs(), pki::KeyNamed("Large"));
 }
 
 TEST_F(LumoX509, AKeyAbove4096BitsIsRefused) {
   for (std::size_t octets : {std::size_t{513}, std::size_t{65535}}) {
-    LUMO_X509_CERT* cert = CertWithModulus(&vrf_, &inputs_, octets);
-    certs_.push_back(cert);
+    const LUMO_X509_CERT* cert = Cert(CertificateWithModulus(octets));
+    ASSERT_NE(cert, nullptr);
     LUMO_BIGINT e{};
     LUMO_BIGINT n{};
     EXPECT_EQ(lumo_x509_extract_public_key(&vrf_, cert, &e, &n), 0x880000FFu);
@@ -466,12 +312,12 @@ TEST_F(LumoX509, AKeyAbove4096BitsIsRefused) {
                                     &cert->algorithm.algorithm, &valid),
               LUMO_ERR_PARAM);
   }
-  EXPECT_EQ(g_rsaCalls, 0);
+  EXPECT_EQ(RsaCalls(), 0);
 }
 
 TEST_F(LumoX509, AKeyOf4096BitsIsTaken) {
-  LUMO_X509_CERT* cert = CertWithModulus(&vrf_, &inputs_, 512);
-  certs_.push_back(cert);
+  const LUMO_X509_CERT* cert = Cert(CertificateWithModulus(512));
+  ASSERT_NE(cert, nullptr);
   LUMO_BIGINT e{};
   LUMO_BIGINT n{};
   EXPECT_EQ(lumo_x509_extract_public_key(&vrf_, cert, &e, &n), LUMO_OK);
@@ -499,7 +345,7 @@ TEST_F(LumoX509, Sha1IsRefusedBeforeAnyCallback) {
   TEV_BOOL isSelfSigned = 7;
   EXPECT_EQ(lumo_x509_is_self_signed(&vrf_, Cert(pki::SelfSigned(spec).der), &isSelfSigned), 0x88200310u);
   EXPECT_EQ(isSelfSigned, 0u);
-  EXPECT_EQ(g_rsaCalls, 0);
+  EXPECT_EQ(RsaCalls(), 0);
 }
 
 TEST_F(LumoX509, EachDigestIsVerified) {
@@ -517,10 +363,10 @@ TEST_F(LumoX509, ASelfSignatureIsProvenOnce) {
   TEV_BOOL isSelfSigned = 0;
   ASSERT_EQ(lumo_x509_is_self_signed(&vrf_, cert, &isSelfSigned), LUMO_OK);
   EXPECT_EQ(cert->pIssuer, cert);
-  EXPECT_EQ(g_rsaCalls, 1);
+  EXPECT_EQ(RsaCalls(), 1);
   ASSERT_EQ(lumo_x509_is_self_signed(&vrf_, cert, &isSelfSigned), LUMO_OK);
   EXPECT_EQ(isSelfSigned, 1u);
-  EXPECT_EQ(g_rsaCalls, 1);
+  EXPECT_EQ(RsaCalls(), 1);
 }
 
 TEST_F(LumoX509, ACertificateOfAnotherIssuerIsNotSelfSignedAndNothingIsVerified) {
@@ -529,7 +375,7 @@ TEST_F(LumoX509, ACertificateOfAnotherIssuerIsNotSelfSignedAndNothingIsVerified)
   EXPECT_EQ(lumo_x509_is_self_signed(&vrf_, Cert(pki::Issue(root, pki::CaSpec("Sub")).der), &isSelfSigned),
             LUMO_OK);
   EXPECT_EQ(isSelfSigned, 0u);
-  EXPECT_EQ(g_rsaCalls, 0);
+  EXPECT_EQ(RsaCalls(), 0);
 }
 
 TEST_F(LumoX509, ItsOwnIssuerByNameButNotByKeyIsNotSelfSigned) {
@@ -558,6 +404,80 @@ TEST_F(LumoX509, VerificationRefusesMissingArguments) {
   EXPECT_EQ(lumo_x509_is_self_signed(&vrf_, nullptr, &isSelfSigned), LUMO_ERR_PARAM);
 }
 
+TEST_F(LumoX509, EveryRsaCallbackThatFailsIsReportedAndTheContextIsReleased) {
+  const Bytes root = pki::SelfSigned(pki::CaSpec("Root")).der;
+  for (const Slot slot : {Slot::kRsaCreate, Slot::kRsaInit, Slot::kRsaUpdate, Slot::kRsaFinal}) {
+    FaultyCallbacks callbacks;
+    vrf_.callback_funcs = callbacks.table();
+    LUMO_X509_CERT* cert = nullptr;
+    ASSERT_EQ(TryCert(root, &cert), LUMO_OK);
+    callbacks.FailNth(slot, 1);
+    TEV_BOOL isSelfSigned = 7;
+    EXPECT_EQ(lumo_x509_is_self_signed(&vrf_, cert, &isSelfSigned), kForeignCode) << ::NameOf(slot);
+    EXPECT_EQ(isSelfSigned, 0u) << ::NameOf(slot);
+    EXPECT_EQ(cert->pIssuer, nullptr) << ::NameOf(slot);
+    lumo_x509_free_cert(&vrf_, cert);
+    EXPECT_EQ(callbacks.live(), 0) << ::NameOf(slot);
+  }
+}
+
+TEST_F(LumoX509, AKeyThatCannotBeCopiedIsAParameterError) {
+  const Bytes root = pki::SelfSigned(pki::CaSpec("Root")).der;
+  for (const unsigned long component : {1ul, 2ul}) {
+    FaultyCallbacks callbacks;
+    vrf_.callback_funcs = callbacks.table();
+    LUMO_X509_CERT* cert = nullptr;
+    ASSERT_EQ(TryCert(root, &cert), LUMO_OK);
+    callbacks.FailNth(Slot::kMemcpy, component);
+    TEV_BOOL isSelfSigned = 7;
+    EXPECT_EQ(lumo_x509_is_self_signed(&vrf_, cert, &isSelfSigned), LUMO_ERR_PARAM);
+    EXPECT_TRUE(callbacks.failed());
+    EXPECT_EQ(callbacks.calls(Slot::kRsaCreate), 0u);
+    lumo_x509_free_cert(&vrf_, cert);
+  }
+}
+
+TEST_F(LumoX509, ABareDigestNamesASignatureAlgorithmToo) {
+  const pki::Key key = pki::KeyNamed("Raw");
+  const Bytes text = der::FromText("signed");
+  const Bytes signature = pki::SignBytes(key, "SHA384", text);
+  pki::RawCert raw = GoodFields();
+  const LUMO_X509_CERT* cert = Cert(DerOf(raw));
+  const Bytes sha384 = der::ContentOf(der::Oid("2.16.840.1.101.3.4.2.2"));
+  const LUMO_ASN_OID algorithm = {
+      .len = static_cast<TEV_UINT32>(sha384.size()), .tag = {}, .octs = sha384.data()};
+  TEV_BOOL valid = 0;
+  const LUMO_X509_PUBKEY* pubkey = &cert->toBeSigned.subjectPubKey.subjectPublicKey;
+  EXPECT_EQ(lumo_x509_pkey_verify(&vrf_, text.data(), static_cast<TEV_UINT32>(text.size()), signature.data(),
+                                  static_cast<TEV_UINT32>(signature.size()), pubkey, &algorithm, &valid),
+            LUMO_OK);
+  EXPECT_EQ(valid, 1u);
+  EXPECT_EQ(
+      lumo_x509_pkey_verify(&vrf_, text.data(), static_cast<TEV_UINT32>(text.size()) - 1, signature.data(),
+                            static_cast<TEV_UINT32>(signature.size()), pubkey, &algorithm, &valid),
+      LUMO_OK);
+  EXPECT_EQ(valid, 0u);
+}
+
+TEST_F(LumoX509, ExtractionRefusesMissingArguments) {
+  const LUMO_X509_CERT* cert = Cert(DerOf(GoodFields()));
+  LUMO_BIGINT e{};
+  LUMO_BIGINT n{};
+  EXPECT_EQ(lumo_x509_extract_public_key(&vrf_, nullptr, &e, &n), LUMO_ERR_PARAM);
+  EXPECT_EQ(lumo_x509_extract_public_key(&vrf_, cert, nullptr, &n), LUMO_ERR_PARAM);
+  EXPECT_EQ(lumo_x509_extract_public_key(&vrf_, cert, &e, nullptr), LUMO_ERR_PARAM);
+}
+
+TEST_F(LumoX509, AnExponentAbove512OctetsIsRefusedBeforeTheModulusIsCopied) {
+  pki::RawCert raw = GoodFields();
+  raw.public_key = pki::RsaPublicKeyInfo({0xC5, 1}, Bytes(513, 0xA5));
+  LUMO_BIGINT e{};
+  LUMO_BIGINT n{};
+  EXPECT_EQ(lumo_x509_extract_public_key(&vrf_, Cert(DerOf(raw)), &e, &n), 0x880000FFu);
+  EXPECT_EQ(e.uiLength, 513u);
+  EXPECT_EQ(n.uiLength, 0u);
+}
+
 // Extensions by identifier.
 
 TEST_F(LumoX509, AnExtensionIsFoundByItsIdentifier) {
@@ -575,45 +495,6 @@ TEST_F(LumoX509, AnExtensionIsFoundByItsIdentifier) {
   EXPECT_EQ(lumo_x509_find_extn_by_aoid(&vrf_, nullptr, 176), nullptr);
   set.num = 1;
   EXPECT_EQ(lumo_x509_find_extn_by_aoid(&vrf_, &set, 176), nullptr);
-}
-
-// Damage.
-
-TEST_F(LumoX509Crl, CutOrAlteredInputNeverDecodesOutsideItself) {
-  const Bytes cert = pki::SelfSigned(pki::CodeSignerSpec("Damaged")).der;
-  const Bytes crl = CrlWithEntries(2);
-  for (const Bytes& good : {cert, crl}) {
-    for (std::size_t length = 1; length < good.size(); ++length) {
-      const std::unique_ptr<TEV_BYTE[]> cut(new TEV_BYTE[length]);
-      std::copy_n(good.begin(), length, cut.get());
-      LUMO_X509_CERT* decodedCert = nullptr;
-      LUMO_X509_CRL* decodedCrl = nullptr;
-      ASSERT_NE(
-          lumo_x509_decode_cert(&vrf_, cut.get(), static_cast<TEV_UINT32>(length), &decodedCert, &consumed_),
-          LUMO_OK);
-      ASSERT_NE(
-          lumo_x509_decode_crl(&vrf_, cut.get(), static_cast<TEV_UINT32>(length), &decodedCrl, &consumed_),
-          LUMO_OK);
-    }
-    for (std::size_t at = 0; at < good.size(); ++at) {
-      for (const int flip : {0x01, 0x80, 0xFF}) {
-        const std::unique_ptr<TEV_BYTE[]> altered(new TEV_BYTE[good.size()]);
-        std::copy(good.begin(), good.end(), altered.get());
-        altered[at] = static_cast<TEV_BYTE>(altered[at] ^ flip);
-        LUMO_X509_CERT* decodedCert = nullptr;
-        LUMO_X509_CRL* decodedCrl = nullptr;
-        const auto size = static_cast<TEV_UINT32>(good.size());
-        if (lumo_x509_decode_cert(&vrf_, altered.get(), size, &decodedCert, &consumed_) == LUMO_OK) {
-          EXPECT_LE(consumed_, size);
-          lumo_x509_free_cert(&vrf_, decodedCert);
-        }
-        if (lumo_x509_decode_crl(&vrf_, altered.get(), size, &decodedCrl, &consumed_) == LUMO_OK) {
-          EXPECT_LE(consumed_, size);
-          lumo_x509_free_crl(&vrf_, decodedCrl);
-        }
-      }
-    }
-  }
 }
 
 }  // namespace
