@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -29,10 +30,10 @@ std::vector<Authority> Authorities() {
   for (const auto& entry : std::filesystem::recursive_directory_iterator("/usr/share/ca-certificates")) {
     if (entry.path().extension() != ".crt") continue;
     FILE* file = std::fopen(entry.path().c_str(), "r");
-    if (file == nullptr) continue;
+    if (file == nullptr) throw std::runtime_error("cannot open " + entry.path().string());
     const std::shared_ptr<X509> cert(PEM_read_X509(file, nullptr, nullptr, nullptr), X509_free);
-    std::fclose(file);
-    if (!cert) continue;
+    if (std::fclose(file) != 0 || !cert)
+      throw std::runtime_error("no certificate in " + entry.path().string());
     Bytes der(static_cast<std::size_t>(i2d_X509(cert.get(), nullptr)));
     unsigned char* out = der.data();
     i2d_X509(cert.get(), &out);
@@ -76,8 +77,10 @@ class CaCertificates : public ::testing::Test {
 
   LUMO_ERROR_CODE Decode(const Authority& authority, LUMO_X509_CERT** cert) {
     TEV_UINT32 consumed = 0;
-    return lumo_x509_decode_cert(&vrf_, authority.der.data(), static_cast<TEV_UINT32>(authority.der.size()),
-                                 cert, &consumed);
+    const auto size = static_cast<TEV_UINT32>(authority.der.size());
+    const LUMO_ERROR_CODE rc = lumo_x509_decode_cert(&vrf_, authority.der.data(), size, cert, &consumed);
+    EXPECT_EQ(consumed, rc == LUMO_OK ? size : 0u) << authority.file;
+    return rc;
   }
 
   void ExpectSameNames(const LUMO_X509_CERT& cert, const Authority& authority) {
@@ -136,10 +139,14 @@ bool IsRsa(const Authority& authority) {
   return key != nullptr && EVP_PKEY_get_base_id(key.get()) == EVP_PKEY_RSA;
 }
 
+bool IsVersionOne(const Authority& authority) {
+  return X509_get_version(authority.cert.get()) == X509_VERSION_1;
+}
+
 TEST_F(CaCertificates, RsaOnesAgreeWithOpenSsl) {
   int seen = 0;
   for (const Authority& authority : Authorities()) {
-    if (!IsRsa(authority) || X509_get_version(authority.cert.get()) == X509_VERSION_1) continue;
+    if (!IsRsa(authority) || IsVersionOne(authority)) continue;
     ++seen;
     LUMO_X509_CERT* cert = nullptr;
     ASSERT_EQ(Decode(authority, &cert), LUMO_OK) << authority.file;
@@ -154,13 +161,16 @@ TEST_F(CaCertificates, RsaOnesAgreeWithOpenSsl) {
   EXPECT_GT(seen, 50) << "is the package ca-certificates installed?";
 }
 
-TEST_F(CaCertificates, OthersFailCleanly) {
+// The point of an elliptic curve key begins with another tag than an RSA key; version 1 lacks the version's
+// tag.
+TEST_F(CaCertificates, OthersFailWithTheCodeOfTheFieldThatTheyLack) {
   int seen = 0;
   for (const Authority& authority : Authorities()) {
-    if (IsRsa(authority)) continue;
+    if (IsRsa(authority) && !IsVersionOne(authority)) continue;
     ++seen;
     LUMO_X509_CERT* cert = nullptr;
-    EXPECT_NE(Decode(authority, &cert), LUMO_OK) << authority.file;
+    EXPECT_EQ(Decode(authority, &cert), IsVersionOne(authority) ? 0xFFFFFFFFu : 0x88300001u)
+        << authority.file;
     EXPECT_EQ(cert, nullptr) << authority.file;
   }
   EXPECT_GT(seen, 10) << "is the package ca-certificates installed?";
