@@ -660,7 +660,7 @@ TEST_F(CmsSigner, ADigestRecordOfAnUnknownAlgorithmIsRefused) {
 }
 
 TEST_F(CmsSigner, HashingAtOnceReturnsTheFirstFailingStepsCode) {
-  const Bytes data = Content();
+  const Bytes& data = Content();
   const auto hash = [&](LUMO_DIGEST* digest) {
     return _tevHashContent(context_->vrf(), 43, data.data(), static_cast<TEV_UINT32>(data.size()), digest);
   };

@@ -55,6 +55,7 @@ Bytes PemOfAll(const std::string& label, const std::vector<Bytes>& objects) {
 }
 std::vector<Bytes> DersOf(const std::vector<pki::Cert>& certs) {
   std::vector<Bytes> ders;
+  ders.reserve(certs.size());
   for (const pki::Cert& cert : certs) ders.push_back(cert.der);
   return ders;
 }
@@ -449,7 +450,7 @@ class LumoLoadFile : public ::testing::Test {
     return rc;
   }
   std::string FileOf(const Bytes& content) {
-    const std::string path = scratch_ / "file";
+    std::string path = scratch_ / "file";
     WriteWholeFile(path, content);
     return path;
   }

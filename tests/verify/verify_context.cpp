@@ -81,7 +81,7 @@ LUMO_X509_CERT* VerifyContext::Stored(const pki::Cert& cert) const {
   return nullptr;
 }
 
-LUMO_ERROR_CODE VerifyContext::Judge(const pki::Cert& cert, pki::Time base_time, bool ts_relative) {
+LUMO_ERROR_CODE VerifyContext::Judge(const pki::Cert& cert, pki::Time base_time, bool ts_relative) const {
   LUMO_X509_CERT* stored = Stored(cert);
   if (stored == nullptr) throw std::logic_error("the certificate is not in the store");
   vrf()->base_time = base_time;

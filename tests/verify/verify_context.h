@@ -41,7 +41,7 @@ class VerifyContext {
   /// The stored record of `cert`, or null.
   [[nodiscard]] LUMO_X509_CERT* Stored(const pki::Cert& cert) const;
   /// lumo_pki_verify_cert of the stored record as an outer call at `base_time`.
-  LUMO_ERROR_CODE Judge(const pki::Cert& cert, pki::Time base_time, bool ts_relative = false);
+  LUMO_ERROR_CODE Judge(const pki::Cert& cert, pki::Time base_time, bool ts_relative = false) const;
 
  private:
   LUMO_VRF_CTX handle_ = nullptr;
