@@ -197,6 +197,26 @@ TEST_F(LumoLoad, PemWhoseEndMarkerIsNotClosedFails) {
   EXPECT_EQ(certs(), 1u);
 }
 
+/// A PEM block with `mark` in the place of its first line break.
+Bytes WithoutFirstLineBreak(const std::string& label, const Bytes& der, const std::string& mark) {
+  std::string text = pki::Pem(label, der);
+  return der::FromText(text.replace(text.find('\n'), 1, mark));
+}
+
+TEST_F(LumoLoad, ACertificatesTextBeginsOneCharacterBehindItsHeader) {
+  EXPECT_EQ(Decode(WithoutFirstLineBreak("CERTIFICATE", Root().der, "A")), LUMO_OK);
+  EXPECT_EQ(certs(), 1u) << "whatever stands in the line break's place";
+  EXPECT_EQ(Decode(WithoutFirstLineBreak("CERTIFICATE", Root().der, "")), LUMO_OK);
+  EXPECT_EQ(certs(), 1u) << "the first character of the text is lost";
+}
+
+TEST_F(LumoLoad, ACrlsTextBeginsRightBehindItsHeader) {
+  EXPECT_EQ(Decode(WithoutFirstLineBreak("X509 CRL", RootCrl(), "")), LUMO_OK);
+  EXPECT_EQ(crls(), 1u);
+  EXPECT_EQ(Decode(WithoutFirstLineBreak("X509 CRL", RootCrl(), "A")), LUMO_OK);
+  EXPECT_EQ(crls(), 1u);
+}
+
 struct SkippedBlock {
   const char* name;
   std::string text;

@@ -184,6 +184,9 @@ TEST_F(LumoPki, NoNameNoSerialNumberAndNoStoreFindNothing) {
   EXPECT_EQ(lumo_pki_find_cert_by_issuer_sn(vrf(), &name, nullptr), nullptr);
   EXPECT_EQ(lumo_pki_find_cert_by_issuer_sn(vrf(), &no_name, &serial), nullptr);
   EXPECT_EQ(lumo_pki_find_cert_by_issuer_sn(vrf(), &name, &no_serial), nullptr);
+  context_->Stored(Root())->toBeSigned.issuer.names.num = 0;
+  EXPECT_EQ(lumo_pki_find_cert_by_issuer_sn(vrf(), &no_name, &serial), nullptr)
+      << "not even the certificate without an issuer name";
 }
 
 TEST_F(LumoPki, OfTwoCertificatesWithOneIssuerAndSerialNumberTheFirstIsFound) {
