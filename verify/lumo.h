@@ -312,8 +312,9 @@ LUMO_NODISCARD LUMO_ERROR_CODE lumo_verify_detach_signature_final(LUMO_VRF_CTX c
 
 /**
  * Begin, update and final over two files, the content of any size, the signature of at most 2,000,000 bytes.
- * After this call the context is only to be freed. Errors: those of the three calls and LUMO_ERR_FILE_*;
- * *result is 0 after each of them.
+ * An empty content is never fed, so a message without a signer passes for it, as with final. After this call
+ * the context is only to be freed. Errors: those of the three calls and LUMO_ERR_FILE_*; *result is 0 after
+ * each of them.
  */
 LUMO_NODISCARD LUMO_ERROR_CODE lumo_verify_detach_signature_quick(LUMO_VRF_CTX ctx, const TEV_CHAR* srcfile,
                                                                   const TEV_CHAR* sigfile,

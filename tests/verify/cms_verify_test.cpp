@@ -5,11 +5,7 @@
 #include <ostream>
 #include <string>
 
-#include "tests/support/run_tool.h"
-#include "tests/verify/bent_messages.h"
-#include "tests/verify/faulty_callbacks.h"
-#include "verify/asn1/lumo_asn1_decode.h"
-#include "verify/lumo_cms_parse.h"
+#include "tests/verify/cms_fixture.h"
 #include "verify/lumo_crypto.h"
 
 namespace {
@@ -18,33 +14,7 @@ using der::Bytes;
 using der::Concat;
 using pki::RawSignerInfo;
 
-Bytes GoodMessage() {
-  return MessageOf(SignerOver(UsualAttributes(Content())));
-}
-Bytes GoodPlainMessage(const Bytes& content = Content()) {
-  return MessageOf(PlainSigner(content));
-}
-
-class CmsVerify : public ::testing::Test {
- protected:
-  void SetUp() override {
-    context_ = std::make_unique<VerifyContext>(callbacks_.table());
-    Equip(*context_);
-  }
-  void TearDown() override {
-    context_.reset();
-    EXPECT_EQ(callbacks_.live(), 0);
-  }
-  LUMO_ERROR_CODE Begin(const Bytes& signature) { return context_->Begin(signature); }
-  LUMO_ERROR_CODE Update(const Bytes& content) { return context_->Update(content); }
-  LUMO_ERROR_CODE Final() { return lumo_verify_detach_signature_final(context_->handle(), &result_); }
-  [[nodiscard]] TEV_UINT32 open_checks() const { return context_->vrf()->vrf_proc.md_info_list.num(); }
-  LUMO_VERIFY_DIGEST_INFO& Check(TEV_UINT32 i) { return *context_->vrf()->vrf_proc.md_info_list.at(i); }
-
-  FaultyCallbacks callbacks_;
-  std::unique_ptr<VerifyContext> context_{};
-  TEV_INT32 result_ = -1;
-};
+class CmsVerify : public CmsFixture {};
 
 // Good signatures in every form.
 
@@ -57,7 +27,7 @@ struct GoodCase {
   friend void PrintTo(const GoodCase& row, std::ostream* out) { *out << row.name; }
 };
 
-class CmsVerifyGood : public CmsVerify, public ::testing::WithParamInterface<GoodCase> {
+class CmsVerifyGood : public CmsFixture, public ::testing::WithParamInterface<GoodCase> {
  protected:
   [[nodiscard]] static Bytes Signature() {
     const GoodCase& form = GetParam();
@@ -160,7 +130,7 @@ struct FormCase {
   friend void PrintTo(const FormCase& row, std::ostream* out) { *out << row.name; }
 };
 
-class CmsVerifyForm : public CmsVerify, public ::testing::WithParamInterface<FormCase> {};
+class CmsVerifyForm : public CmsFixture, public ::testing::WithParamInterface<FormCase> {};
 
 TEST_P(CmsVerifyForm, IsRefusedWithItsCode) {
   EXPECT_EQ(Begin(der::FromText(GetParam().text)), GetParam().code);
@@ -273,7 +243,7 @@ struct UsageCase {
   friend void PrintTo(const UsageCase& row, std::ostream* out) { *out << row.name; }
 };
 
-class CmsVerifyUsage : public CmsVerify, public ::testing::WithParamInterface<UsageCase> {};
+class CmsVerifyUsage : public CmsFixture, public ::testing::WithParamInterface<UsageCase> {};
 
 TEST_P(CmsVerifyUsage, OfTheSigner) {
   pki::CertSpec spec = pki::CodeSignerSpec("signer", {9});
@@ -544,263 +514,6 @@ TEST_F(CmsVerify, ADigestThatClaimsMoreThanItsRoomIsAnError) {
   ASSERT_EQ(Begin(GoodMessage()), LUMO_OK);
   context_->vrf()->callback_funcs.md_funcs.lumo_md_final = LongDigest;
   EXPECT_EQ(Final(), LUMO_ERR_GENERIC);
-  EXPECT_EQ(result_, 0);
-}
-
-// A signer on its own.
-
-/// The decoded message, kept for as long as its signer is used.
-class Decoded {
- public:
-  Decoded(const VerifyContext& context, Bytes message) : bytes_(std::move(message)), message_(context.vrf()) {
-    TEV_UINT32 consumed = 0;
-    if (lumo_pkcs7_decode_signed(context.vrf(), bytes_.data(), static_cast<TEV_UINT32>(bytes_.size()),
-                                 message_.out(), &consumed) != LUMO_OK) {
-      throw std::runtime_error("the message does not decode");
-    }
-  }
-  LUMO_PKCS7_SIGNER_INFO& signer() { return message_->signed_data.signer_infos.infos.data[0]; }
-
- private:
-  Bytes bytes_;
-  OwnedMessage message_;
-};
-
-class CmsSigner : public CmsVerify {
- protected:
-  void SetUp() override {
-    CmsVerify::SetUp();
-    context_->Trust(Maker().signer);
-    cert_ = context_->Stored(Maker().signer);
-    decoded_ = std::make_unique<Decoded>(*context_, GoodMessage());
-  }
-  void TearDown() override {
-    decoded_.reset();
-    CmsVerify::TearDown();
-  }
-  LUMO_ERROR_CODE VerifyAttributes() {
-    return lumo_pkcs7_detached_signature_verify(context_->vrf(), &decoded_->signer(), cert_, &good_);
-  }
-
-  LUMO_X509_CERT* cert_ = nullptr;
-  std::unique_ptr<Decoded> decoded_{};
-  TEV_INT good_ = -1;
-};
-
-TEST_F(CmsSigner, AttributesVerifyUnderTheSetTag) {
-  EXPECT_EQ(VerifyAttributes(), LUMO_OK);
-  EXPECT_EQ(good_, 1);
-}
-
-TEST_F(CmsSigner, ArgumentsMustBeThere) {
-  const LUMO_VRF* vrf = context_->vrf();
-  EXPECT_EQ(lumo_pkcs7_detached_signature_verify(nullptr, &decoded_->signer(), cert_, &good_),
-            LUMO_ERR_PARAM);
-  EXPECT_EQ(lumo_pkcs7_detached_signature_verify(vrf, nullptr, cert_, &good_), LUMO_ERR_PARAM);
-  EXPECT_EQ(lumo_pkcs7_detached_signature_verify(vrf, &decoded_->signer(), nullptr, &good_), LUMO_ERR_PARAM);
-  EXPECT_EQ(lumo_pkcs7_detached_signature_verify(vrf, &decoded_->signer(), cert_, nullptr), LUMO_ERR_PARAM);
-  EXPECT_EQ(good_, -1);
-}
-
-TEST_F(CmsSigner, TheFirstOctetComesFromTheRecordedTag) {
-  decoded_->signer().raw_signed.tag.code = CBT_SEQUENCES;
-  EXPECT_EQ(VerifyAttributes(), LUMO_OK);
-  EXPECT_EQ(good_, 0);
-}
-
-TEST_F(CmsSigner, AnUnknownDigestIsAnError) {
-  decoded_->signer().digest_algo.algorithm.len = 3;
-  EXPECT_EQ(VerifyAttributes(), 0x88200310);
-  EXPECT_EQ(good_, -1);
-}
-
-TEST_F(CmsSigner, AKeyThatDoesNotFitIsAnError) {
-  LUMO_RSA_PUBKEY& key = cert_->toBeSigned.subjectPubKey.subjectPublicKey.rsa_pub;
-  const LUMO_ASN_BIGINT modulus = key.modules;
-  const Bytes large(513, 1);
-  key.modules.octs = large.data();
-  key.modules.len = 513;
-  EXPECT_EQ(VerifyAttributes(), 0x880000FF);
-  key.modules = modulus;
-}
-
-TEST_F(CmsSigner, ASignerWithoutTheEncodingOfItsAttributesIsMalformed) {
-  decoded_->signer().raw_signed.octs = nullptr;
-  EXPECT_EQ(VerifyAttributes(), 0x88200312);
-  EXPECT_EQ(good_, 0);
-}
-
-TEST_F(CmsSigner, ASignerWithoutASignatureIsABadOne) {
-  decoded_->signer().encrypted_digest.octs = nullptr;
-  EXPECT_EQ(VerifyAttributes(), LUMO_OK);
-  EXPECT_EQ(good_, 0);
-}
-
-TEST_F(CmsSigner, FailingChecksGiveTheirCodeBack) {
-  for (const Slot slot : {Slot::kRsaCreate, Slot::kRsaInit, Slot::kRsaUpdate, Slot::kRsaFinal}) {
-    callbacks_.FailNth(slot, 1);
-    EXPECT_EQ(VerifyAttributes(), kForeignCode) << NameOf(slot);
-  }
-  callbacks_.FailNth(Slot::kRsaUpdate, 2);
-  EXPECT_EQ(VerifyAttributes(), kForeignCode);
-  EXPECT_EQ(good_, 0);
-}
-
-TEST_F(CmsSigner, ADigestRecordHoldsAlgorithmAndExpectedValue) {
-  OwnedMdInfo info(context_->vrf());
-  ASSERT_EQ(_tevGetDigestFromSignerInfo(context_->vrf(), decoded_->signer(), info), LUMO_OK);
-  EXPECT_EQ(info->nDigestAlgID, 43u);
-  EXPECT_EQ(Bytes(info->pbDigest, info->pbDigest + info->nDigestSize), pki::DigestOf("SHA256", Content()));
-  EXPECT_EQ(info->digestCtx, nullptr);
-  EXPECT_EQ(info->vrfCtx, nullptr);
-}
-
-TEST_F(CmsSigner, ADigestRecordOfAnUnknownAlgorithmIsRefused) {
-  OwnedMdInfo info(context_->vrf());
-  decoded_->signer().digest_algo.algorithm.len = 3;
-  EXPECT_EQ(_tevGetDigestFromSignerInfo(context_->vrf(), decoded_->signer(), info), 0x88200306);
-}
-
-TEST_F(CmsSigner, HashingAtOnceReturnsTheFirstFailingStepsCode) {
-  const Bytes& data = Content();
-  const auto hash = [&](LUMO_DIGEST* digest) {
-    return _tevHashContent(context_->vrf(), 43, data.data(), static_cast<TEV_UINT32>(data.size()), digest);
-  };
-  LUMO_DIGEST digest{};
-  ASSERT_EQ(hash(&digest), LUMO_OK);
-  EXPECT_EQ(Bytes(digest.octets, digest.octets + digest.size), pki::DigestOf("SHA256", data));
-  for (const Slot slot : {Slot::kMdCreate, Slot::kMdInit, Slot::kMdUpdate, Slot::kMdFinal}) {
-    callbacks_.FailNth(slot, 1);
-    EXPECT_EQ(hash(&digest), kForeignCode) << NameOf(slot);
-  }
-  EXPECT_EQ(_tevHashContent(context_->vrf(), 1, data.data(), 1, &digest), LUMO_ERR_GENERIC);
-}
-
-TEST_F(CmsSigner, FreeingNoCheckIsAllowed) {
-  _tevFreeMdInfo(context_->vrf(), nullptr);
-  EXPECT_EQ(open_checks(), 0u);
-}
-
-// Two files at once.
-
-class CmsQuick : public CmsVerify {
- protected:
-  /// In a context of its own: afterwards it is only to be freed.
-  LUMO_ERROR_CODE Quick(const Bytes& content, const Bytes& signature) {
-    context_ = std::make_unique<VerifyContext>(callbacks_.table());
-    Equip(*context_);
-    WriteWholeFile(scratch_ / "content", content);
-    WriteWholeFile(scratch_ / "signature", signature);
-    callbacks_.Restart();
-    return lumo_verify_detach_signature_quick(context_->handle(), (scratch_ / "content").c_str(),
-                                              (scratch_ / "signature").c_str(), &result_);
-  }
-  static Bytes Sign(const Bytes& content) { return MessageOf(SignerOver(UsualAttributes(content))); }
-
-  ScratchDir scratch_;
-};
-
-TEST_F(CmsQuick, ArgumentsMustBeThere) {
-  LUMO_VRF_CTX ctx = context_->handle();
-  EXPECT_EQ(lumo_verify_detach_signature_quick(nullptr, "a", "b", &result_), LUMO_ERR_PARAM);
-  EXPECT_EQ(lumo_verify_detach_signature_quick(ctx, nullptr, "b", &result_), LUMO_ERR_PARAM);
-  EXPECT_EQ(lumo_verify_detach_signature_quick(ctx, "a", nullptr, &result_), LUMO_ERR_PARAM);
-  EXPECT_EQ(lumo_verify_detach_signature_quick(ctx, "a", "b", nullptr), LUMO_ERR_PARAM);
-  EXPECT_EQ(result_, -1);
-}
-
-TEST_F(CmsQuick, AcceptsDerAndPem) {
-  EXPECT_EQ(Quick(Content(), PemOf("CMS", Sign(Content()))), LUMO_OK);
-  EXPECT_EQ(result_, 1);
-  EXPECT_EQ(Quick(Content(), Sign(Content())), LUMO_OK);
-  EXPECT_EQ(result_, 1);
-}
-
-TEST_F(CmsQuick, AContentOfOnePieceIsFedOnceAndThenFinished) {
-  const Bytes content(4096, 5);
-  EXPECT_EQ(Quick(content, Sign(content)), LUMO_OK);
-  EXPECT_EQ(result_, 1);
-  EXPECT_EQ(callbacks_.md_updates_of(4096), 1u);
-  EXPECT_EQ(callbacks_.calls(Slot::kFread), 3u) << "the signature, the piece, and the end";
-}
-
-TEST_F(CmsQuick, ALongerContentIsFedInPieces) {
-  const Bytes content(2 * 4096 + 777, 5);
-  EXPECT_EQ(Quick(content, Sign(content)), LUMO_OK);
-  EXPECT_EQ(result_, 1);
-  EXPECT_EQ(callbacks_.md_updates_of(4096), 2u);
-  EXPECT_EQ(callbacks_.md_updates_of(777), 1u);
-}
-
-TEST_F(CmsQuick, OtherContentIsRefused) {
-  EXPECT_EQ(Quick(der::FromText("softwarE"), Sign(Content())), LUMO_OK);
-  EXPECT_EQ(result_, 0);
-}
-
-TEST_F(CmsQuick, AnEmptyContentIsNotFed) {
-  EXPECT_EQ(Quick({}, Sign({})), LUMO_OK);
-  EXPECT_EQ(result_, 1);
-  EXPECT_EQ(Quick({}, Sign(Content())), LUMO_OK);
-  EXPECT_EQ(result_, 0);
-}
-
-TEST_F(CmsQuick, AMessageWithoutSignersFailsAtTheFirstPiece) {
-  EXPECT_EQ(Quick(Content(), MessageOfAll({})), 0x88200307);
-  EXPECT_EQ(result_, 0);
-}
-
-TEST_F(CmsQuick, AMissingSignatureIsReportedFirst) {
-  EXPECT_EQ(lumo_verify_detach_signature_quick(context_->handle(), (scratch_ / "none").c_str(),
-                                               (scratch_ / "neither").c_str(), &result_),
-            0x88000101);
-  EXPECT_EQ(result_, 0);
-  EXPECT_EQ(callbacks_.calls(Slot::kFopen), 1u);
-}
-
-TEST_F(CmsQuick, AMissingContentIsReportedAfterBegin) {
-  WriteWholeFile(scratch_ / "signature", Sign(Content()));
-  EXPECT_EQ(lumo_verify_detach_signature_quick(context_->handle(), (scratch_ / "none").c_str(),
-                                               (scratch_ / "signature").c_str(), &result_),
-            0x88000101);
-  EXPECT_EQ(result_, 0);
-  EXPECT_EQ(open_checks(), 1u);
-}
-
-TEST_F(CmsQuick, BeginsErrorIsReturnedAndTheContentNotOpened) {
-  EXPECT_EQ(Quick(Content(), Bytes(37, 1)), 0x88200305);
-  EXPECT_EQ(result_, 0);
-  EXPECT_EQ(callbacks_.calls(Slot::kFopen), 1u);
-}
-
-TEST_F(CmsQuick, TheSignatureFollowsTheRulesOfFiles) {
-  EXPECT_EQ(Quick(Content(), {}), LUMO_ERR_FILE_EMPTY);
-  EXPECT_EQ(Quick(Content(), Bytes(2'000'001, 1)), LUMO_ERR_FILE_TOO_LARGE);
-  EXPECT_EQ(result_, 0);
-}
-
-TEST_F(CmsQuick, AnUpdatesErrorEndsTheCallWithoutFinal) {
-  WriteWholeFile(scratch_ / "content", Content());
-  WriteWholeFile(scratch_ / "signature", Sign(Content()));
-  ASSERT_EQ(Quick(Content(), Sign(Content())), LUMO_OK);
-  const unsigned long updates = callbacks_.calls(Slot::kMdUpdate);
-  const unsigned long finals = callbacks_.calls(Slot::kMdFinal);
-  callbacks_.FailNth(Slot::kMdUpdate, updates);
-  EXPECT_EQ(Quick(Content(), Sign(Content())), kForeignCode);
-  EXPECT_EQ(result_, 0);
-  EXPECT_EQ(callbacks_.calls(Slot::kMdFinal), finals - 1);
-  EXPECT_EQ(open_checks(), 1u);
-}
-
-TEST_F(CmsQuick, AFreadThatClaimsMoreThanItsRoomIsRefused) {
-  WriteWholeFile(scratch_ / "content", Content());
-  WriteWholeFile(scratch_ / "signature", Sign(Content()));
-  context_->vrf()->callback_funcs.plt_funcs.sys_funcs.file_funcs.fread = [](void* buffer, TEV_SIZE_T size,
-                                                                            TEV_FILE_HANDLE file) {
-    return size == 4096 ? 4097 : PlatformTable().plt_funcs.sys_funcs.file_funcs.fread(buffer, size, file);
-  };
-  EXPECT_EQ(lumo_verify_detach_signature_quick(context_->handle(), (scratch_ / "content").c_str(),
-                                               (scratch_ / "signature").c_str(), &result_),
-            LUMO_ERR_FILE_READ);
   EXPECT_EQ(result_, 0);
 }
 
