@@ -2,7 +2,9 @@
 
 #include <stdexcept>
 
+#include "tests/support/flash_model.h"
 #include "tests/support/test_cms.h"
+#include "tests/support/test_package.h"
 
 namespace {
 
@@ -28,9 +30,23 @@ struct World {
   }
 };
 
+// How the areas are stamped, then the beginning of an area with two files: heads, descriptors, zeros behind
+// them.
+Bytes FlashSeed(std::uint8_t control) {
+  FlashModel model;
+  model.Start();
+  model.Write("a", Bytes(50, 0x55));
+  model.Write("crl", Bytes(100, 0xAA));
+  const Bytes flash = model.Flash();
+  constexpr std::ptrdiff_t kHeadsAndSomeDescriptors = 128 + 4 * 76;
+  return der::Concat(Bytes{control}, Bytes(flash.begin(), flash.begin() + kHeadsAndSomeDescriptors));
+}
+
 }  // namespace
 
 std::vector<Bytes> SeedsFor(const std::string& parser) {
+  if (parser == "flash") return {FlashSeed(1), FlashSeed(3), FlashSeed(5)};
+  if (parser == "tail") return {package::Tail(200, 100), package::Block(der::FromText("payload"))};
   const World world;
   const std::string bundle = pki::PemBundle({world.Crl()}, {world.root, world.signer});
   if (parser == "base64") return {der::FromText("TWFu  \r\nTWE=\n"), der::FromText(bundle)};

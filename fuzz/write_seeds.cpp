@@ -1,16 +1,18 @@
-// write_seeds DIR: writes the seeds of every parser to DIR/<parser>/, where the fuzzers begin.
+// write_seeds DIR PARSER...: writes the seeds of each parser to DIR/<parser>/, where its fuzzer begins.
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <string>
 
 #include "fuzz/seeds.h"
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::fprintf(stderr, "usage: write_seeds DIR\n");
+  if (argc < 3) {
+    static_cast<void>(std::fprintf(stderr, "usage: write_seeds DIR PARSER...\n"));
     return 2;
   }
-  for (const char* parser : {"base64", "bundle", "cert", "cms", "crl", "signature"}) {
+  for (int i = 2; i < argc; ++i) {
+    const std::string parser = argv[i];
     const std::filesystem::path folder = std::filesystem::path(argv[1]) / parser;
     std::filesystem::create_directories(folder);
     int number = 0;
