@@ -27,6 +27,7 @@ static_assert(IsSound(kIntsItem));
 
 Bytes SetOfInts(int count) {
   std::vector<Bytes> elements;
+  elements.reserve(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i) elements.push_back(der::Integer(i + 1));
   return der::SetOf(elements);
 }
@@ -56,6 +57,13 @@ TEST(DecSetOf, EveryFailureIsTheSets) {
     EXPECT_EQ(run.code, 0x88300701u) << hex;
     EXPECT_EQ(run.cursor, 0u) << hex;
   }
+}
+
+TEST(DecSetOf, AnEmptySetEmptiesTheRecord) {
+  Ints ints{};
+  ints.set.num = 2;
+  EXPECT_EQ(Decoding(lumo_dec_setof, SetOfInts(0), &ints, &kInts).code, LUMO_OK);
+  EXPECT_EQ(ints.set.num, 0u);
 }
 
 TEST(DecSetOf, WithoutCapacityOnlyAnEmptySetFits) {
@@ -155,6 +163,15 @@ TEST(DecSeq, FieldsThatReachBehindTheContentFail) {
   EXPECT_EQ(Decoding(lumo_dec_seq, der::FromHex("300302020909"), &pair, &kPair).code, 0x88300401u);
 }
 
+TEST(DecSeq, AFieldThatReachesBehindTheContentFailsTheSequenceNotTheNextField) {
+  static constexpr LUMO_ASN1_TEMPLATE kRows[] = {LUMO_FIELD(Pair, second, LUMO_ASN_BIGINT_item),
+                                                 LUMO_FIELD(Pair, first, LUMO_ASN_INT_item)};
+  static constexpr ItemOf<Pair> kItem = Sequence<Pair>(kRows);
+  constexpr LUMO_ASN1_TEMPLATE kBoth = RowFor(kItem);
+  Pair pair{};
+  EXPECT_EQ(Decoding(lumo_dec_seq, der::FromHex("3003020209090500"), &pair, &kBoth).code, 0x88300401u);
+}
+
 TEST(DecSeq, AnEmptySequenceTriesItsFirstFieldOnWhatFollows) {
   static constexpr LUMO_ASN1_TEMPLATE kRows[] = {
       LUMO_FIELD(Pair, third, LUMO_ASN_BOOL_item, .flags = LUMO_ASN_FLAG_DEFAULT)};
@@ -206,6 +223,12 @@ TEST(DecSeq, OtherFailuresOfAnOptionalSetAreForgotten) {
   EXPECT_EQ(Decoding(lumo_dec_seq, der::Seq(der::Set(der::OctetString("x"))), &holder, &kHolder).code,
             LUMO_OK);
   EXPECT_NE(holder.rest.octs, nullptr);
+}
+
+TEST(DecSeq, AnElementThatReachesBehindItsOptionalSetIsForgotten) {
+  Holder holder{};
+  EXPECT_EQ(Decoding(lumo_dec_seq, der::FromHex("300b310402010502010702 0108"), &holder, &kHolder).code,
+            0x88300401u);
 }
 
 TEST(DecSeq, ABitStringMayWrapAStructure) {
@@ -262,6 +285,14 @@ TEST(DecMap, AnEmptyValueFailsTheWholeMap) {
   LUMO_X509_CERT_EXTS exts{};
   EXPECT_EQ(Decoding(lumo_dec_map, der::Seq(Extension("1.2.3.4", {})), &exts, &kExtensions).code,
             0x88300701u);
+}
+
+TEST(DecMap, AValueOfTheIntegerZeroIsEmptyToo) {
+  LUMO_X509_CERT_EXTS exts{};
+  EXPECT_EQ(
+      Decoding(lumo_dec_map, der::Seq(der::Seq(der::Oid("1.2.3.4"), der::Integer(0))), &exts, &kExtensions)
+          .code,
+      0x88300701u);
 }
 
 TEST(DecMap, ARepeatedIdentifierIsDecodedAgain) {

@@ -288,6 +288,15 @@ TEST(DecBits, TheUnusedBitsAreIgnored) {
   EXPECT_EQ(bits.octs, run.at(3));
 }
 
+TEST(DecBits, ItsTagIsRecordedAsRead) {
+  constexpr LUMO_ASN1_TEMPLATE kTagged = RowFor(LUMO_ASN_BITS_item, 0, Implicit(1));
+  LUMO_ASN_BITS bits{};
+  EXPECT_EQ(Decoding(lumo_dec_bits, der::FromHex("03020001"), &bits, &kBits).code, LUMO_OK);
+  EXPECT_EQ(bits.tag, Tag(CBC_UNIV, CBF_PRIM, 3));
+  EXPECT_EQ(Decoding(lumo_dec_bits, der::FromHex("81020001"), &bits, &kTagged).code, LUMO_OK);
+  EXPECT_EQ(bits.tag, Tag(CBC_CNTX, CBF_PRIM, 1));
+}
+
 TEST(DecBits, EmptyContentFails) {
   LUMO_ASN_BITS bits{};
   Decoding run(lumo_dec_bits, der::FromHex("030001"), &bits, &kBits);

@@ -495,6 +495,9 @@ TEST_F(LumoX509, AnExtensionIsFoundByItsIdentifier) {
   EXPECT_EQ(lumo_x509_find_extn_by_aoid(&vrf_, nullptr, 176), nullptr);
   set.num = 1;
   EXPECT_EQ(lumo_x509_find_extn_by_aoid(&vrf_, &set, 176), nullptr);
+  const TEV_BYTE placeholder = 0xFF;  // what the table has for the unknown identifier
+  set.data[0].extnId = {.len = 1, .tag = {}, .octs = &placeholder};
+  EXPECT_EQ(lumo_x509_find_extn_by_aoid(&vrf_, &set, 0), nullptr);
 }
 
 }  // namespace
