@@ -8,6 +8,7 @@ namespace fwpack {
 
 // Exit statuses of the program.
 constexpr int kAccepted = 0;
+constexpr int kAcceptedWithWarnings = 1;
 constexpr int kRefused = 2;     // what was looked at is sound, but the device would refuse it
 constexpr int kInputError = 3;  // usage, an unreadable or unfit file, a failed write
 

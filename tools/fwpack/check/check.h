@@ -1,0 +1,49 @@
+#ifndef FWVET_TOOLS_FWPACK_CHECK_CHECK_H
+#define FWVET_TOOLS_FWPACK_CHECK_CHECK_H
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/fwpack/device/device_run.h"
+#include "tools/fwpack/lint/lint.h"
+#include "verify/lumo.h"
+
+namespace fwpack {
+
+struct CheckOptions {
+  std::filesystem::path package{};
+  std::filesystem::path root{};                       // PEM; padded here as a device build does
+  std::optional<std::filesystem::path> device_crl{};  // a bundle stored on the device, or
+  std::optional<std::filesystem::path> flash{};       // the device's whole flash image; neither: a new device
+  bool backup = false;                                // run the device with "-backup"
+};
+
+/// One reason for a refusal.
+struct Reason {
+  std::string step{};        // what the device was doing: "judge the time stamper's certificate"
+  std::string where{};       // the certificate or CRL (subject or issuer, serial), or the block; may be empty
+  LUMO_ERROR_CODE code = 0;  // the device's own code; 0 when the refusal has none
+  std::string explanation{};  // one line
+  std::string remedy{};       // one line: what to change
+};
+
+/// What "-backup" would do.
+enum class Backup { kNotAsked, kStored, kKept, kFailed };
+
+struct CheckResult {
+  DeviceRun run{};  // the device's own run: exit status, output, flash afterwards
+  bool accepted = false;
+  Backup backup = Backup::kNotAsked;
+  std::vector<Reason> reasons{};  // empty when accepted
+  std::vector<Finding> findings{};
+};
+
+/// Has the device's own code judge the package and finds the reasons. Throws Error when an input cannot be
+/// read or the root cannot be a device's root; what the package holds is never an error.
+CheckResult CheckPackage(const CheckOptions& options);
+
+}  // namespace fwpack
+
+#endif
