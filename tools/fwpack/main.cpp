@@ -4,10 +4,7 @@
 #include <iostream>
 #include <string>
 
-#include "tools/fwpack/cli/crl_command.h"
-#include "tools/fwpack/cli/devpki_command.h"
-#include "tools/fwpack/cli/root_command.h"
-#include "tools/fwpack/cli/sign_command.h"
+#include "tools/fwpack/cli/commands.h"
 #include "tools/fwpack/error.h"
 
 namespace {
@@ -24,10 +21,8 @@ int Run(int argc, char** argv) {
   app.footer(
       "Times are UTC, like 2026-11-21T10:30:00Z. Exit status: 0 done, 2 the device would refuse, 3 bad "
       "input.");
-  fwpack::AddDevPkiCommand(app);
-  fwpack::AddCrlCommand(app);
-  fwpack::AddSignCommand(app);
-  fwpack::AddRootCommand(app);
+  int exit_status = fwpack::kAccepted;
+  fwpack::AddCommands(app, exit_status);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -37,7 +32,7 @@ int Run(int argc, char** argv) {
   if (app.get_subcommands().empty()) {
     return Complain("no command given; see fwpack --help", fwpack::kInputError);
   }
-  return fwpack::kAccepted;
+  return exit_status;
 }
 
 }  // namespace

@@ -1,0 +1,17 @@
+#include "tools/fwpack/cli/commands.h"
+
+#include "tools/fwpack/cli/crl_command.h"
+#include "tools/fwpack/cli/devpki_command.h"
+#include "tools/fwpack/cli/root_command.h"
+#include "tools/fwpack/cli/sign_command.h"
+
+namespace fwpack {
+
+void AddCommands(CLI::App& app, int& /*exit_status*/) {
+  AddDevPkiCommand(app);
+  AddCrlCommand(app);
+  AddSignCommand(app);
+  AddRootCommand(app);
+}
+
+}  // namespace fwpack
