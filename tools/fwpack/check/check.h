@@ -35,7 +35,10 @@ enum class Backup { kNotAsked, kStored, kKept, kFailed };
 struct CheckResult {
   DeviceRun run{};  // the device's own run: exit status, output, flash afterwards
   bool accepted = false;
+  bool admitted = false;  // accepted without a check: no package, and the start-up record admits such files
   Backup backup = Backup::kNotAsked;
+  std::optional<std::string> crl_before{};  // the CRL bundle on the device, as the device reads it
+  std::optional<std::string> crl_after{};
   std::vector<Reason> reasons{};  // empty when accepted
   std::vector<Finding> findings{};
 };
@@ -43,6 +46,10 @@ struct CheckResult {
 /// Has the device's own code judge the package and finds the reasons. Throws Error when an input cannot be
 /// read or the root cannot be a device's root; what the package holds is never an error.
 CheckResult CheckPackage(const CheckOptions& options);
+
+/// The program's exit status for a result: kAccepted, kAcceptedWithWarnings (a file admitted without a check,
+/// a finding above a note, a backup that fails) or kRefused.
+int ExitStatusOf(const CheckResult& result);
 
 }  // namespace fwpack
 

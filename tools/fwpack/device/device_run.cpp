@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
+#include <fstream>
 #include <system_error>
 
 #include "app/device_state.h"
@@ -27,7 +29,10 @@ constexpr std::size_t kMaxImage = 16 * kFlashCapacity;
 class ScratchFlash {
  public:
   explicit ScratchFlash(const std::optional<std::string>& image) {
-    if (image) WriteFile(file(), *image);
+    if (!image) return;
+    std::ofstream out(file(), std::ios::binary);
+    out.write(image->data(), static_cast<std::streamsize>(image->size()));
+    if (!out.flush()) throw Error(file().string() + ": cannot be written");
   }
   [[nodiscard]] fs::path file() const { return directory_.path() / "flash"; }
   [[nodiscard]] std::string Content() const {
