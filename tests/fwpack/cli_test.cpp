@@ -40,7 +40,7 @@ std::vector<std::string> SignArguments(const std::string& content, const std::st
 void ExpectOneLineError(const ToolResult& result, int status, const std::string& text) {
   EXPECT_EQ(result.status, status);
   EXPECT_EQ(result.out, "");
-  EXPECT_THAT(result.err, StartsWith("fwpack: "));
+  EXPECT_THAT(result.err, StartsWith("fwpack"));
   EXPECT_THAT(result.err, HasSubstr(text));
   EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << result.err;
 }

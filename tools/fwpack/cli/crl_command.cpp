@@ -5,16 +5,19 @@
 
 #include "tools/fwpack/cli/options.h"
 #include "tools/fwpack/crl.h"
+#include "tools/fwpack/devpki.h"
 
 namespace fwpack {
 
 void AddCrlCommand(CLI::App& app) {
   const auto options = std::make_shared<CrlBundleOptions>();
   CLI::App& command = *app.add_subcommand("crl", "Make a bundle with new CRLs of a development PKI");
-  command.add_option("--pki", options->pki, "The directory that devpki made")->required();
-  command.add_option(
-      "--issuer", options->issuers,
-      "Whose CRL to make new (root, issuing-ca, tsa-ca), several times if need be; default: all");
+  command.add_option("--pki", options->pki, "The directory that devpki made")->required()->type_name("DIR");
+  command
+      .add_option("--issuer", options->issuers,
+                  "Whose CRL to make new, several times if need be; default: all")
+      ->check(CLI::IsMember(std::vector<std::string>(kPkiIssuers.begin(), kPkiIssuers.end())))
+      ->type_name("NAME");
   command
       .add_option_function<std::vector<std::string>>(
           "--revoke",
@@ -26,7 +29,11 @@ void AddCrlCommand(CLI::App& app) {
   AddTimeOption(command, "--this-update", options->this_update, "Of the new CRLs; default: now");
   AddTimeOption(command, "--next-update", options->next_update, "Of the new CRLs; default: 10 years later");
   AddDigestOption(command, options->digest);
-  command.add_option("--out", options->out, "The bundle to write")->required();
+  command.add_option("--out", options->out, "The bundle to write")->required()->type_name("FILE");
+  command.footer(
+      "Examples:\n"
+      "  fwpack crl --pki pki --revoke signer:keyCompromise --out bundle.pem\n"
+      "  fwpack crl --pki pki --issuer issuing-ca --revoke signer2::2026-11-01T00:00:00Z --out bundle.pem");
   command.callback([options] { MakeCrlBundle(*options); });
 }
 

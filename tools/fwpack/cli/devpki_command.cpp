@@ -12,7 +12,9 @@ void AddDevPkiCommand(CLI::App& app) {
   const auto options = std::make_shared<DevPkiOptions>();
   CLI::App& command =
       *app.add_subcommand("devpki", "Make a PKI for development: root, CAs, signers, CRLs, bundle");
-  command.add_option("DIR", options->directory, "Where to make it; must not exist or be empty")->required();
+  command.add_option("DIR", options->directory, "Where to make it; must not exist or be empty")
+      ->required()
+      ->type_name("DIR");
   command.add_option("--signers", options->signers, "How many code signers: signer, signer2, ...")
       ->capture_default_str();
   command.add_option("--subject-prefix", options->subject_prefix, "Begin of every name")
@@ -24,6 +26,10 @@ void AddDevPkiCommand(CLI::App& app) {
   AddTimeOption(command, "--not-after", options->not_after, "Of every certificate; default: 20 years later");
   AddTimeOption(command, "--this-update", options->this_update, "Of the CRLs; default: as --not-before");
   AddTimeOption(command, "--next-update", options->next_update, "Of the CRLs; default: as --not-after");
+  command.footer(
+      "Examples:\n"
+      "  fwpack devpki pki\n"
+      "  fwpack devpki pki --signers 2 --subject-prefix \"Test bench\" --digest sha512");
   command.callback([options] { MakeDevPki(*options); });
 }
 

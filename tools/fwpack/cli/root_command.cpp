@@ -30,8 +30,13 @@ void RunRoot(const RootOptions& options) {
 void AddRootCommand(CLI::App& app) {
   const auto options = std::make_shared<RootOptions>();
   CLI::App& command = *app.add_subcommand("root", "Say whether a certificate can be the root of a device");
-  command.add_option("CERT", options->cert, "The certificate, in PEM")->required();
-  command.add_option("--out", options->out, "Where to write it with the length that the device compiles in");
+  command.add_option("CERT", options->cert, "The certificate, in PEM")->required()->type_name("FILE");
+  command.add_option("--out", options->out, "Where to write it with the length that the device compiles in")
+      ->type_name("FILE");
+  command.footer(
+      "Examples:\n"
+      "  fwpack root root.pem\n"
+      "  fwpack root root.pem --out padded.pem");
   command.callback([options] { RunRoot(*options); });
 }
 

@@ -1,0 +1,101 @@
+#include "tools/fwpack/cli/app.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+#include "tools/fwpack/cli/command_info.h"
+#include "tools/fwpack/cli/commands.h"
+#include "tools/fwpack/cli/usage_error.h"
+#include "tools/fwpack/error.h"
+
+namespace fwpack {
+namespace {
+
+constexpr std::size_t kColumnWidth = 34;
+
+constexpr char kTopFooter[] =
+    "Exit status:\n"
+    "  0  done; the device accepts what was looked at or made\n"
+    "  1  the device accepts it, but there are warnings\n"
+    "  2  the device would refuse it\n"
+    "  3  wrong usage, an input that cannot be read or does not fit, a failed write\n"
+    "\n"
+    "Times are UTC, like 2026-11-21T10:30:00Z or 2026-11-21.\n"
+    "\n"
+    "Examples:\n"
+    "  fwpack devpki pki\n"
+    "  fwpack sign --help\n"
+    "  fwpack --version\n";
+
+// Shows a fixed list of values as "a|b", where the library would show how it checks them.
+class HelpFormat : public CLI::Formatter {
+ public:
+  HelpFormat() { column_width(kColumnWidth); }
+
+  std::string make_option_opts(const CLI::Option* option) const override {
+    if (option->get_type_size() == 0) return "";
+    const std::vector<std::string> choices = ChoicesOf(*option);
+    std::string text = " ";
+    for (const std::string& choice : choices) text += (&choice == choices.data() ? "" : "|") + choice;
+    if (choices.empty()) text += option->get_type_name();
+    if (!option->get_default_str().empty()) text += " [" + option->get_default_str() + "]";
+    if (option->get_expected_max() > 1) text += " ...";
+    return text;
+  }
+
+  std::string make_option_desc(const CLI::Option* option) const override {
+    return option->get_description() + (option->get_required() ? " (required)" : "");
+  }
+};
+
+// One line, whatever a file name or a certificate put into it.
+int Complain(std::ostream& err, std::string text, int exit_status) {
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == '\x7f'; }, ' ');
+  err << text << "\n";
+  return exit_status;
+}
+
+int Parse(CLI::App& app, const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err) {
+  try {
+    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(error, out, err);
+    return Complain(err, ExplainUsageError(app, error), kInputError);
+  }
+  if (app.get_subcommands().empty()) return Complain(err, ExplainMissingCommand(app), kInputError);
+  return kAccepted;
+}
+
+}  // namespace
+
+std::string VersionText() {
+  return "fwpack " FWVET_VERSION;
+}
+
+std::shared_ptr<CLI::App> BuildApp(int& exit_status) {
+  auto app = std::make_shared<CLI::App>(
+      "Makes the software packages that fwvet checks, and says what a device will answer to one.", "fwpack");
+  app->formatter(std::make_shared<HelpFormat>());
+  app->set_help_flag("-h,--help", "Print this help and exit");
+  app->set_version_flag("--version", VersionText(), "Print the version and exit");
+  app->require_subcommand(0, 1);
+  AddCommands(*app, exit_status);
+  app->footer(kTopFooter);  // last, for a command takes over what it finds
+  return app;
+}
+
+int RunProgram(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err) {
+  int exit_status = kAccepted;
+  try {
+    const std::shared_ptr<CLI::App> app = BuildApp(exit_status);
+    const int parsed = Parse(*app, arguments, out, err);
+    return parsed == kAccepted ? exit_status : parsed;
+  } catch (const Error& error) {
+    return Complain(err, std::string("fwpack: ") + error.what(), error.exit_status());
+  } catch (const std::exception& error) {
+    return Complain(err, std::string("fwpack: ") + error.what(), kInputError);
+  }
+}
+
+}  // namespace fwpack
