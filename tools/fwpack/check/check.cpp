@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "app/fwvet_messages.h"
+#include "tools/fwpack/check/device_messages.h"
 #include "tools/fwpack/check/diagnosis.h"
 #include "tools/fwpack/error.h"
 #include "tools/fwpack/files.h"
@@ -34,8 +35,17 @@ void DemandReadable(const fs::path& file) {
   if (!std::ifstream(file, std::ios::binary)) throw Error(file.string() + ": cannot be opened");
 }
 
+// A root that no device can have is a wrong input here, not a verdict on the package.
+std::string RootOf(const fs::path& file) {
+  try {
+    return PaddedRoot(file);
+  } catch (const Error& error) {
+    throw Error(error.what(), kInputError);
+  }
+}
+
 DeviceSetup SetupOf(const CheckOptions& options) {
-  DeviceSetup setup{.root = PaddedRoot(options.root)};
+  DeviceSetup setup{.root = RootOf(options.root)};
   if (options.device_crl && options.flash) throw Error("a device CRL and a flash image exclude each other");
   if (options.device_crl) setup.flash = FlashWithCrl(ReadSmallFile(*options.device_crl));
   if (options.flash) setup.flash = ReadSmallFile(*options.flash);
@@ -52,10 +62,20 @@ bool Printed(const DeviceRun& run, const char* text) {
   return run.process.output.find(text) != std::string::npos;
 }
 
-Backup BackupOf(const CheckOptions& options, const DeviceRun& run) {
-  if (!options.backup) return Backup::kNotAsked;
-  if (Printed(run, kBackupSuccess)) return Backup::kStored;
-  return Printed(run, kBackupFailed) ? Backup::kFailed : Backup::kKept;
+bool HoldsNothing(const std::optional<std::string>& crl) {
+  return !crl || std::all_of(crl->begin(), crl->end(), [](char byte) { return byte == 0; });
+}
+
+void JudgeBackup(const DeviceSetup& setup, const CheckOptions& options, CheckResult& result) {
+  if (!options.backup) return;
+  result.backup = Printed(result.run, kBackupFailed) ? Backup::kFailed : Backup::kKept;
+  if (Printed(result.run, kBackupSuccess)) {
+    result.crl_after = CrlOnFlash(result.run.flash);
+    result.backup = HoldsNothing(result.crl_after) ? Backup::kCleared : Backup::kStored;
+  }
+  if (!result.accepted || !result.crl_before) return;
+  const DeviceRun verbose = RunDevice(setup, {"-v", "-backup", "-f", options.package.string()});
+  result.comparison = CompareResult(verbose.process.output);
 }
 
 }  // namespace
@@ -65,12 +85,15 @@ CheckResult CheckPackage(const CheckOptions& options) {
   const DeviceSetup setup = SetupOf(options);
   CheckResult result;
   result.run = RunDevice(setup, ArgumentsOf(options));
-  result.admitted = IsAdmitted(setup, result.run);
+  const DeviceSetup after{.root = setup.root, .flash = result.run.flash};
+  result.admitted = IsAdmitted(after, result.run);
   result.accepted = result.admitted || EndsWith(result.run, kGenuine);
-  result.backup = BackupOf(options, result.run);
   if (setup.flash) result.crl_before = CrlOnFlash(*setup.flash);
-  result.crl_after = result.backup == Backup::kStored ? CrlOnFlash(result.run.flash) : result.crl_before;
-  if (!result.accepted) result.reasons = FindReasons(setup, options.package, result.run);
+  result.crl_after = result.crl_before;
+  JudgeBackup(setup, options, result);
+  if (!result.accepted) {
+    result.reasons = FindReasons({after, options.package, result.run.process, result.crl_before});
+  }
   return result;
 }
 
@@ -79,8 +102,8 @@ int ExitStatusOf(const CheckResult& result) {
   const bool warns = std::any_of(result.findings.begin(), result.findings.end(), [](const Finding& finding) {
     return finding.rule->severity != Severity::kNote;
   });
-  const bool is_clean = !result.admitted && !warns && result.backup != Backup::kFailed;
-  return is_clean ? kAccepted : kAcceptedWithWarnings;
+  const bool lost = result.backup == Backup::kFailed || result.backup == Backup::kCleared;
+  return result.admitted || warns || lost ? kAcceptedWithWarnings : kAccepted;
 }
 
 }  // namespace fwpack

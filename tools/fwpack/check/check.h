@@ -30,7 +30,13 @@ struct Reason {
 };
 
 /// What "-backup" would do.
-enum class Backup { kNotAsked, kStored, kKept, kFailed };
+enum class Backup {
+  kNotAsked,
+  kStored,   // the package's bundle replaces the device's
+  kCleared,  // the device says so too, but the bundle does not fit: it then has none
+  kKept,     // the device keeps what it has
+  kFailed,   // the flash takes no bundle
+};
 
 struct CheckResult {
   DeviceRun run{};  // the device's own run: exit status, output, flash afterwards
@@ -39,6 +45,7 @@ struct CheckResult {
   Backup backup = Backup::kNotAsked;
   std::optional<std::string> crl_before{};  // the CRL bundle on the device, as the device reads it
   std::optional<std::string> crl_after{};
+  std::string comparison{};  // with "-backup", how the package's bundle compares: "same", "new", "old", "mix"
   std::vector<Reason> reasons{};  // empty when accepted
   std::vector<Finding> findings{};
 };
@@ -48,7 +55,7 @@ struct CheckResult {
 CheckResult CheckPackage(const CheckOptions& options);
 
 /// The program's exit status for a result: kAccepted, kAcceptedWithWarnings (a file admitted without a check,
-/// a finding above a note, a backup that fails) or kRefused.
+/// a finding above a note, a backup that fails or leaves nothing) or kRefused.
 int ExitStatusOf(const CheckResult& result);
 
 }  // namespace fwpack

@@ -11,11 +11,6 @@
 namespace fwpack {
 namespace {
 
-struct Case {
-  const DeviceSetup& setup;
-  const std::filesystem::path& package;
-};
-
 std::string Explain(LUMO_ERROR_CODE code, const std::string& detail) {
   const std::string meaning = lumo_error_meaning(code);
   return detail.empty() ? meaning : meaning + ": " + detail;
@@ -36,8 +31,8 @@ Reason CrashReason(const IsolatedRun& run) {
           .remedy = "keep the package away from devices and report it as a fault of this program"};
 }
 
-Reason WordlessReason(const Case& refused) {
-  if (std::optional<BlockFault> fault = FindBlockFault(refused.package); fault) {
+Reason WordlessReason(const std::filesystem::path& package) {
+  if (std::optional<BlockFault> fault = FindBlockFault(package); fault) {
     return {.step = fault->step,
             .where = fault->where,
             .explanation = fault->explanation,
@@ -78,14 +73,13 @@ bool HasSteps(Stage stage) {
   return stage == Stage::kPackageCrls || stage == Stage::kSignature || stage == Stage::kRecheck;
 }
 
-Culprit CulpritOf(const Case& refused, const DeviceFailure& failure) {
+Culprit CulpritOf(const Refusal& refusal, const DeviceFailure& failure) {
   Culprit plain = PlainCulprit(failure);
   if (failure.stage == Stage::kContent && failure.code == LUMO_ERR_PARAM)
     plain.detail = "there is no content";
   if (!HasSteps(failure.stage)) return plain;
-  ReplayInput input{.package = refused.package};
-  const bool is_recheck = failure.stage == Stage::kRecheck;
-  if (is_recheck && refused.setup.flash) input.device_crl = CrlOnFlash(*refused.setup.flash);
+  ReplayInput input{.package = refusal.package};
+  if (failure.stage == Stage::kRecheck) input.device_crl = refusal.device_crl;
   const std::optional<Culprit> culprit = FindCulprit(input);
   return culprit && culprit->code == failure.code ? *culprit : plain;
 }
@@ -102,17 +96,15 @@ Reason RecheckReason(const Culprit& culprit) {
 
 }  // namespace
 
-std::vector<Reason> FindReasons(const DeviceSetup& setup, const std::filesystem::path& package,
-                                const DeviceRun& refusal) {
+std::vector<Reason> FindReasons(const Refusal& refusal) {
   if (refusal.process.signal != 0) return {CrashReason(refusal.process)};
-  const Case refused{setup, package};
-  const DeviceRun verbose = RunDevice(setup, {"-v", "-f", package.string()});
+  const DeviceRun verbose = RunDevice(refusal.after, {"-v", "-f", refusal.package.string()});
   if (verbose.process.signal != 0) return {CrashReason(verbose.process)};
   const std::string& said = verbose.process.output;
-  if (!SaysVerifyFailed(said)) return {WordlessReason(refused)};
+  if (!SaysVerifyFailed(said)) return {WordlessReason(refusal.package)};
   const std::optional<DeviceFailure> failure = LastFailure(said);
   if (!failure) return {ContentReason()};
-  const Culprit culprit = CulpritOf(refused, *failure);
+  const Culprit culprit = CulpritOf(refusal, *failure);
   return {failure->stage == Stage::kRecheck ? RecheckReason(culprit) : MakeReason(culprit)};
 }
 
