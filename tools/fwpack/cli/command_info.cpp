@@ -1,14 +1,15 @@
 #include "tools/fwpack/cli/command_info.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 namespace fwpack {
 namespace {
 
-// "FILE:{a,b}" is a type with a restriction.
+// "FORM:value in {a->0,b->1}" and "NAME:{a,b}" are types with a restriction.
 std::string TypeOf(const CLI::Option& option) {
   const std::string type = option.get_type_name();
-  return type.substr(0, type.find(':'));
+  return type.substr(0, std::min(type.find(":{"), type.find(":value in {")));
 }
 
 std::vector<std::string> NamesOf(const CLI::Option& option) {

@@ -1,5 +1,6 @@
 #include "tools/fwpack/cli/commands.h"
 
+#include "tools/fwpack/cli/completion_command.h"
 #include "tools/fwpack/cli/crl_command.h"
 #include "tools/fwpack/cli/devpki_command.h"
 #include "tools/fwpack/cli/root_command.h"
@@ -12,6 +13,7 @@ void AddCommands(CLI::App& app, int& /*exit_status*/) {
   AddCrlCommand(app);
   AddSignCommand(app);
   AddRootCommand(app);
+  AddCompletionCommand(app);
 }
 
 }  // namespace fwpack

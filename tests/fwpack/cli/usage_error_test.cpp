@@ -1,0 +1,104 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "tools/fwpack/cli/app.h"
+
+namespace {
+
+struct Said {
+  int status = -1;
+  std::string out{};
+  std::string err{};
+};
+
+Said RunWith(const std::vector<std::string>& arguments) {
+  std::ostringstream out;
+  std::ostringstream err;
+  const int status = fwpack::RunProgram(arguments, out, err);
+  return {status, out.str(), err.str()};
+}
+
+struct UsageCase {
+  const char* name;
+  std::vector<std::string> arguments;
+  const char* error;
+};
+
+class UsageError : public testing::TestWithParam<UsageCase> {};
+
+TEST_P(UsageError, IsOneLineThatNamesWhatIsWrongAndWhatToType) {
+  const Said said = RunWith(GetParam().arguments);
+  EXPECT_EQ(said.status, 3);
+  EXPECT_EQ(said.out, "");
+  EXPECT_EQ(said.err, std::string(GetParam().error) + "\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Programs, UsageError,
+    testing::Values(
+        UsageCase{"NoCommand", {}, "fwpack: no command given; see fwpack --help"},
+        UsageCase{"UnknownCommand", {"sing"}, "fwpack: unknown command 'sing'; did you mean 'sign'?"},
+        UsageCase{"CommandLikeNone", {"weather"}, "fwpack: unknown command 'weather'; see fwpack --help"},
+        UsageCase{"UnknownTopOption", {"--hlp"}, "fwpack: unknown option '--hlp'; did you mean '--help'?"},
+        UsageCase{"UnknownOption",
+                  {"sign", "--crll", "x"},
+                  "fwpack sign: unknown option '--crll'; did you mean '--crl'?"},
+        UsageCase{"UnknownOptionWithItsValue",
+                  {"sign", "--contnt=app.img"},
+                  "fwpack sign: unknown option '--contnt'; did you mean '--content'?"},
+        UsageCase{"OptionWithOneDash",
+                  {"sign", "-content", "app.img"},
+                  "fwpack sign: unknown option '-content'; did you mean '--content'?"},
+        UsageCase{"OptionOfAnotherCommand",
+                  {"root", "--subject-prefix", "x"},
+                  "fwpack root: unknown option '--subject-prefix'; see fwpack root --help"},
+        UsageCase{"TooManyArguments",
+                  {"devpki", "a", "b"},
+                  "fwpack devpki: nothing takes the argument 'b'; see fwpack devpki --help"},
+        UsageCase{"NoNumber",
+                  {"devpki", "a", "--signers", "many"},
+                  "fwpack devpki: --signers: 'many' is no whole number; see fwpack devpki --help"},
+        UsageCase{
+            "NoneOfTheChoices",
+            {"devpki", "a", "--digest", "sha1"},
+            "fwpack devpki: --digest: 'sha1' is none of sha256, sha384, sha512; see fwpack devpki --help"},
+        UsageCase{
+            "NoTime",
+            {"crl", "--pki", "a", "--out", "b", "--this-update", "soon"},
+            "fwpack crl: --this-update: 'soon' is no time; write it like 2026-11-21T10:30:00Z (UTC); see "
+            "fwpack crl --help"},
+        UsageCase{"MissingArgument", {"root"}, "fwpack root: CERT is required; see fwpack root --help"},
+        UsageCase{
+            "MissingOption", {"crl", "--out", "b"}, "fwpack crl: --pki is required; see fwpack crl --help"},
+        UsageCase{"MissingValue",
+                  {"crl", "--pki"},
+                  "fwpack crl: --pki: 1 required DIR missing; see fwpack crl --help"},
+        UsageCase{"ControlCharacters",
+                  {"sign", "--\x1b[2J\n"},
+                  "fwpack sign: unknown option '-- [2J '; see fwpack sign --help"}),
+    [](const auto& usage) { return std::string(usage.param.name); });
+
+}  // namespace
+
+TEST(Program, TellsItsVersion) {
+  const Said said = RunWith({"--version"});
+  EXPECT_EQ(said.status, 0);
+  EXPECT_THAT(said.out, testing::MatchesRegex("fwpack [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+  EXPECT_EQ(said.err, "");
+}
+
+TEST(Program, ExplainsItsExitStatuses) {
+  const Said said = RunWith({"--help"});
+  EXPECT_EQ(said.status, 0);
+  for (const char* status : {"\n  0  ", "\n  1  ", "\n  2  ", "\n  3  "}) {
+    EXPECT_THAT(said.out, testing::HasSubstr(status));
+  }
+}
+
+TEST(Program, HelpsEvenWhenOtherArgumentsAreWrong) {
+  const Said said = RunWith({"sign", "--crll", "--help"});
+  EXPECT_EQ(said.status, 0);
+  EXPECT_THAT(said.out, testing::HasSubstr("Usage: fwpack sign"));
+}
