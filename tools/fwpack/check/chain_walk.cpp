@@ -91,6 +91,8 @@ std::vector<Object*> StoredThat(const LumoListOf<Object>& list,
 
 // Why a stored certificate of the issuer's name is not the issuer.
 std::string NoIssuerDetail(const Walk& walk, const LUMO_X509_CERT& cert) {
+  if (lumo_get_hash_aoid_from_sign(walk.vrf, &cert.algorithm.algorithm) == AOID_UNKNOWN)
+    return "the algorithm that signed it is none of RSA with SHA-256, SHA-384 or SHA-512";
   const LUMO_X509_NAME& issuer = cert.toBeSigned.issuer;
   const LUMO_PKI_STORE* store = lumo_pki_store_of(walk.vrf);
   const std::string name = "'" + NameText(issuer) + "'";

@@ -25,14 +25,16 @@ constexpr auto kRemedies = std::to_array<Remedy>({
     {LUMO_ERR_LIST_FULL,
      "carry fewer certificates and CRLs: the device keeps 16 of each, and 16 PEM blocks in all; use DER"},
     {LUMO_ERR_PARAM, "give the part that is empty or missing: content, CRL bundle, signature or time-stamp"},
-    {LUMO_ERR_CERT_REVOKED, "sign with a certificate that is not revoked; the CRL that lists this one stays"},
+    {LUMO_ERR_CERT_REVOKED,
+     "sign and time-stamp with certificates that are not revoked, under CAs that are not"},
     {LUMO_ERR_ISSUER_NOT_FOUND,
      "add the missing CA certificate to the bundle, or use the root under which the signer was issued"},
     {LUMO_ERR_CERT_USAGE,
      "have the certificate issued with keyUsage digitalSignature and codeSigning (signer) or timeStamping "
      "(time stamper) as its first extended key usage"},
     {LUMO_ERR_CRL_NOT_FOUND,
-     "add the current CRL of that issuer to the bundle, with nextUpdate after the time-stamp"},
+     "add the current CRL of that issuer to the bundle: nextUpdate after the time-stamp, its issuer's "
+     "certificate with cRLSign"},
     {LUMO_ERR_CERT_NOT_YET_VALID, "sign with a certificate whose validity includes the time-stamp"},
     {LUMO_ERR_CERT_EXPIRED, "renew the certificate and sign again: its validity must include the time-stamp"},
     {LUMO_ERR_TST_HASH_ALGO, "time-stamp with a SHA-256, SHA-384 or SHA-512 imprint"},

@@ -181,7 +181,8 @@ LUMO_ERROR_CODE Decode(LUMO_VRF* vrf, std::string_view signature, OwnedMessage& 
 std::string UnreadableDetail(LUMO_ERROR_CODE rc) {
   if (rc == LUMO_ERR_LIST_FULL)
     return "root, CRL blocks and PEM signature have more than 16 PEM blocks in all";
-  if (rc == LUMO_ERR_PKCS7_DECODE) return "or it holds more than 2 certificates, or more than 1 signer";
+  if (rc == LUMO_ERR_PKCS7_DECODE)
+    return "so the device also calls more than 2 certificates and more than 1 signer";
   return {};
 }
 
