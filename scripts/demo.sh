@@ -28,11 +28,11 @@ expect() {
   printf -- '-> exit status %s: %s\n' "$status" "$what"
 }
 
-# sign PACKAGE SIGNER BUNDLE TIME: makes a package of the payload.
+# sign PACKAGE SIGNER BUNDLE TIME [--force]: makes a package of the payload; by force one that devices refuse.
 sign() {
   "$fwpack" sign --content "$work/payload" --out "$work/$1" --signer-cert "$pki/$2.pem" --signer-key "$pki/$2.key" \
     --ca "$pki/issuing-ca.pem" --ca "$pki/tsa-ca.pem" --tsa-cert "$pki/tsa.pem" --tsa-key "$pki/tsa.key" \
-    --crl "$3" --timestamp-time "$4"
+    --crl "$3" --timestamp-time "$4" --root "$pki/root.pem" "${@:5}"
 }
 
 say "Installing what is missing, building fwvet and fwpack (preset demo)"
@@ -65,7 +65,7 @@ expect 255 "rejected" -v -f "$work/changed.pkg"
 say "3. A package whose own CRL revokes its signer is rejected"
 "$fwpack" crl --pki "$pki" --revoke signer:keyCompromise:2026-02-01T00:00:00Z --this-update 2026-06-01T00:00:00Z \
   --next-update 2049-01-01T00:00:00Z --out "$work/revoking.pem"
-sign revoked.pkg signer "$work/revoking.pem" 2026-06-02T12:00:00Z
+sign revoked.pkg signer "$work/revoking.pem" 2026-06-02T12:00:00Z --force
 expect 255 "rejected" -v -f "$work/revoked.pkg"
 
 say "4. The device learns of a revocation: a newer package, signed by \"signer2\", carries the CRL that revokes \"signer\""

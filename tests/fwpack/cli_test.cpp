@@ -33,6 +33,8 @@ std::vector<std::string> SignArguments(const std::string& content, const std::st
           Pki("tsa.key"),
           "--crl",
           Pki("bundle.pem"),
+          "--root",
+          Pki("root.pem"),
           "--timestamp-time",
           packtest::kTime};
 }
@@ -134,6 +136,10 @@ TEST(FwpackProgram, MakesRevokingBundles) {
   packtest::WriteText(dir / "content", "software");
   std::vector<std::string> arguments = SignArguments(dir / "content", dir / "package");
   arguments[18] = dir / "bundle.pem";
+  const ToolResult refused = Fwpack(arguments);
+  ExpectOneLineError(refused, 3, "not written, for a device would refuse it");
+  EXPECT_THAT(NamesIn(dir.path()), testing::ElementsAre("bundle.pem", "content"));
+  arguments.emplace_back("--force");
   ASSERT_EQ(Fwpack(arguments).status, 0);
   packtest::Device device(ReadText(Pki("root.pem")));
   EXPECT_EQ(device.Verify(packtest::Split(dir / "package")), 0x88200002U);

@@ -9,6 +9,9 @@
 #include "tests/support/openssl_owned.h"
 #include "tests/support/test_package.h"
 #include "tools/fwpack/error.h"
+#include "tools/fwpack/keys/identity.h"
+#include "tools/fwpack/pem_files.h"
+#include "tools/fwpack/timestamp.h"
 #include "verify/lumo.h"
 
 namespace packtest {
@@ -64,8 +67,8 @@ std::string ErrorOf(const std::function<void()>& action) {
   return "no error";
 }
 
-fwpack::SignOptions SignWith(const std::filesystem::path& content, const std::filesystem::path& package) {
-  fwpack::SignOptions options;
+SignFiles SignWith(const std::filesystem::path& content, const std::filesystem::path& package) {
+  SignFiles options;
   options.content = content;
   options.package = package;
   options.signer_cert = Pki("signer.pem");
@@ -76,6 +79,38 @@ fwpack::SignOptions SignWith(const std::filesystem::path& content, const std::fi
   options.crl = Pki("bundle.pem");
   options.time = fwpack::ParseUtcTime(kTime);
   return options;
+}
+
+void SignPackage(const SignFiles& files) {
+  const fwpack::Identity signer =
+      fwpack::LoadIdentity({.key = files.signer_key.string(), .cert = files.signer_cert.string()});
+  const fwpack::Identity tsa =
+      fwpack::LoadIdentity({.key = files.tsa_key.string(), .cert = files.tsa_cert.string()});
+  const std::vector<fwpack::CertPtr> ca = fwpack::LoadAllCerts(files.ca);
+  fwpack::SignOptions options{.parts = {.content = files.content,
+                                        .package = files.package,
+                                        .crl = files.crl,
+                                        .judge = files.judge,
+                                        .progress = files.progress},
+                              .signature = {.signer = signer.cert.get(),
+                                            .digest = files.digest,
+                                            .form = files.form,
+                                            .time = files.time,
+                                            .tail = files.tail,
+                                            .build_time = files.build_time},
+                              .key = signer.key.get()};
+  for (const fwpack::CertPtr& cert : ca) options.signature.ca.push_back(cert.get());
+  options.parts.stamp = files.stamp;
+  if (!files.stamp) {
+    options.parts.stamp = [&](const std::string& value, const EVP_MD* digest) {
+      fwpack::TimeStamper stamper{.cert = tsa.cert.get(), .key = tsa.key.get(), .digest = digest};
+      if (X509* issuer = fwpack::FindCarriedIssuer(stamper.cert, options.signature.ca)) {
+        stamper.chain.push_back(issuer);
+      }
+      return fwpack::MakeTimeStampToken(stamper, value, files.time ? *files.time : fwpack::Now());
+    };
+  }
+  fwpack::SignPackage(options);
 }
 
 std::string ReadText(const std::filesystem::path& path) {

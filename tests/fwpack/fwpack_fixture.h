@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -33,8 +34,31 @@ ToolResult Fwpack(const std::vector<std::string>& arguments, const ToolSetup& se
 /// The text of the Error that `action` ends with; "no error" when it ends well.
 std::string ErrorOf(const std::function<void()>& action);
 
-/// Options that sign `content` as "signer" of the development PKI at kTime.
-fwpack::SignOptions SignWith(const std::filesystem::path& content, const std::filesystem::path& package);
+/// What a package is made of, all of it in files, and a time stamper in this process.
+struct SignFiles {
+  std::filesystem::path content{};
+  std::filesystem::path package{};
+  std::filesystem::path signer_cert{};
+  std::filesystem::path signer_key{};
+  std::vector<std::filesystem::path> ca{};
+  std::filesystem::path tsa_cert{};
+  std::filesystem::path tsa_key{};
+  std::filesystem::path crl{};
+  std::string digest = "sha256";
+  fwpack::SignatureForm form = fwpack::SignatureForm::kDer;
+  std::optional<fwpack::UtcTime> time{};
+  fwpack::TailFields tail{};
+  std::optional<fwpack::UtcTime> build_time{};
+  fwpack::TimeStampSource stamp{};  // in place of the time stamper, when given
+  fwpack::Judge judge{};
+  fwpack::Progress progress{};
+};
+
+/// Files that sign `content` as "signer" of the development PKI at kTime.
+SignFiles SignWith(const std::filesystem::path& content, const std::filesystem::path& package);
+
+/// Loads all of it and signs.
+void SignPackage(const SignFiles& files);
 
 std::string ReadText(const std::filesystem::path& path);
 void WriteText(const std::filesystem::path& path, const std::string& text);

@@ -7,13 +7,13 @@
 #include "tests/support/test_package.h"
 
 using fwpack::SignatureForm;
-using fwpack::SignOptions;
-using fwpack::SignPackage;
 using packtest::ErrorOf;
 using packtest::NamesIn;
 using packtest::Parts;
 using packtest::Pki;
 using packtest::ReadText;
+using packtest::SignFiles;
+using packtest::SignPackage;
 using testing::HasSubstr;
 
 namespace {
@@ -62,7 +62,7 @@ class FwpackSign : public testing::Test {
   }
 
   ScratchDir dir_{};
-  SignOptions options_;
+  SignFiles options_;
 };
 
 std::size_t Count(const std::string& text, const std::string& what) {
@@ -205,34 +205,34 @@ TEST_F(FwpackSign, NamesTheSignerByIssuerAndSerialNumberAndHasSignedAttributes) 
 TEST_F(FwpackSign, FailsWithOneLineThatNamesTheFileAndLeavesNothingBehind) {
   struct Case {
     const char* error;
-    std::function<void(const ScratchDir&, SignOptions&)> change;
+    std::function<void(const ScratchDir&, SignFiles&)> change;
   };
   const Case cases[] = {
-      {"none: cannot be opened", [](const ScratchDir& dir, SignOptions& o) { o.content = dir / "none"; }},
-      {"is empty", [](const ScratchDir& dir, SignOptions&) { packtest::WriteText(dir / "content", ""); }},
-      {"cannot be", [](const ScratchDir& dir, SignOptions& o) { o.content = dir.path(); }},
-      {"is the content itself", [](const ScratchDir&, SignOptions& o) { o.package = o.content; }},
-      {"is no regular file", [](const ScratchDir& dir, SignOptions& o) { o.package = dir.path(); }},
-      {"tsa.key: is not the key of the certificate in",
-       [](const ScratchDir&, SignOptions& o) { o.signer_key = Pki("tsa.key"); }},
-      {"signer.key: is not the key of the certificate in",
-       [](const ScratchDir&, SignOptions& o) { o.tsa_key = Pki("signer.key"); }},
+      {"none: cannot be opened", [](const ScratchDir& dir, SignFiles& o) { o.content = dir / "none"; }},
+      {"is empty", [](const ScratchDir& dir, SignFiles&) { packtest::WriteText(dir / "content", ""); }},
+      {"cannot be", [](const ScratchDir& dir, SignFiles& o) { o.content = dir.path(); }},
+      {"is the content itself", [](const ScratchDir&, SignFiles& o) { o.package = o.content; }},
+      {"is no regular file", [](const ScratchDir& dir, SignFiles& o) { o.package = dir.path(); }},
+      {"signer.pem: the certificate is not that of the key",
+       [](const ScratchDir&, SignFiles& o) { o.signer_key = Pki("tsa.key"); }},
+      {"tsa.pem: the certificate is not that of the key",
+       [](const ScratchDir&, SignFiles& o) { o.tsa_key = Pki("signer.key"); }},
       {"signer.pem: holds no private key",
-       [](const ScratchDir&, SignOptions& o) { o.signer_key = Pki("signer.pem"); }},
+       [](const ScratchDir&, SignFiles& o) { o.signer_key = Pki("signer.pem"); }},
       {"signer.key: holds no certificate",
-       [](const ScratchDir&, SignOptions& o) { o.signer_cert = Pki("signer.key"); }},
+       [](const ScratchDir&, SignFiles& o) { o.signer_cert = Pki("signer.key"); }},
       {"holds 2 certificates where one is wanted",
-       [](const ScratchDir&, SignOptions& o) { o.signer_cert = Pki("bundle.pem"); }},
+       [](const ScratchDir&, SignFiles& o) { o.signer_cert = Pki("bundle.pem"); }},
       {"issuing-ca.pem: holds no CRL",
-       [](const ScratchDir&, SignOptions& o) { o.crl = Pki("issuing-ca.pem"); }},
-      {"no digest 'sha1'", [](const ScratchDir&, SignOptions& o) { o.digest = "sha1"; }},
+       [](const ScratchDir&, SignFiles& o) { o.crl = Pki("issuing-ca.pem"); }},
+      {"no digest 'sha1'", [](const ScratchDir&, SignFiles& o) { o.digest = "sha1"; }},
       {"for time-stamps",
-       [](const ScratchDir&, SignOptions& o) {
+       [](const ScratchDir&, SignFiles& o) {
          o.tsa_cert = Pki("signer2.pem");
          o.tsa_key = Pki("signer2.key");
        }},
   };
-  const SignOptions good = options_;
+  const SignFiles good = options_;
   for (const Case& c : cases) {
     options_ = good;
     packtest::WriteText(dir_ / "content", "software");
@@ -255,8 +255,7 @@ TEST_F(FwpackSign, SaysThatAKeyIsEncryptedInsteadOfAskingForAPassphrase) {
                                              "pass:secret", "-out", dir_ / "encrypted.key"});
   ASSERT_EQ(made.status, 0) << made.err;
   options_.signer_key = dir_ / "encrypted.key";
-  EXPECT_THAT(ErrorOf([this] { SignPackage(options_); }),
-              HasSubstr("encrypted.key: the private key is encrypted"));
+  EXPECT_THAT(ErrorOf([this] { SignPackage(options_); }), HasSubstr("encrypted.key: needs a passphrase"));
 }
 
 TEST_F(FwpackSign, TakesCertificatesAndCrlsInDerToo) {

@@ -16,7 +16,9 @@ std::uint32_t BigEndian(const Bytes& bytes, std::size_t at, std::size_t width) {
 }
 
 Bytes TailOf(const std::string& payload) {
-  return der::FromText(fwpack::MakeTail(payload, fwpack::ParseUtcTime("2025-06-01T12:34:50Z")));
+  fwpack::TailFields fields;
+  fields.build_time = fwpack::ParseUtcTime("2025-06-01T12:34:50Z");
+  return der::FromText(fwpack::MakeTail(payload, fields));
 }
 
 }  // namespace
@@ -40,6 +42,6 @@ TEST(FwpackTail, SaysWhenItWasBuilt) {
 }
 
 TEST(FwpackTail, FollowsItsPayloadInABlock) {
-  const std::string block = fwpack::MakeBlock("abc", 0);
-  EXPECT_EQ(block, "abc" + fwpack::MakeTail("abc", 0));
+  const std::string block = fwpack::MakeBlock("abc", {});
+  EXPECT_EQ(block, "abc" + fwpack::MakeTail("abc", {}));
 }

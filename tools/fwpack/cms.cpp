@@ -1,74 +1,143 @@
 #include "tools/fwpack/cms.h"
 
+#include <openssl/err.h>
 #include <openssl/pem.h>
+#include <openssl/rsa.h>
 
-#include <limits>
-
+#include "tools/fwpack/der.h"
 #include "tools/fwpack/error.h"
 #include "tools/fwpack/pem_files.h"
+#include "tools/fwpack/pki.h"
 
 namespace fwpack {
 namespace {
 
-constexpr unsigned int kFlags = CMS_PARTIAL | CMS_DETACHED | CMS_BINARY | CMS_NOCERTS | CMS_NOSMIMECAP;
+using AlgorithmPtr = OpenSslPtr<X509_ALGOR, X509_ALGOR_free>;
+using DigestContextPtr = OpenSslPtr<EVP_MD_CTX, EVP_MD_CTX_free>;
+
+constexpr char kVersion1[] = {0x02, 0x01, 0x01};
+
+const unsigned char* Octets(const std::string& text) {
+  return reinterpret_cast<const unsigned char*>(text.data());
+}
+
+std::string Oid(int nid) {
+  return ToDer(OBJ_nid2obj(nid), i2d_ASN1_OBJECT, "encode an object identifier");
+}
+
+std::string Attribute(int nid, const std::string& value) {
+  return DerElement(der_tag::kSequence, Oid(nid) + DerElement(der_tag::kSet, value));
+}
+
+std::string DigestAlgorithm(const EVP_MD* digest) {
+  const AlgorithmPtr algorithm(X509_ALGOR_new());
+  RequireOpenSsl(algorithm != nullptr, "name the digest");
+  X509_ALGOR_set_md(algorithm.get(), digest);
+  return ToDer(algorithm.get(), i2d_X509_ALGOR, "name the digest");
+}
+
+std::string RsaAlgorithm() {
+  const AlgorithmPtr algorithm(X509_ALGOR_new());
+  RequireOpenSsl(algorithm != nullptr && X509_ALGOR_set0(algorithm.get(), OBJ_nid2obj(NID_rsaEncryption),
+                                                         V_ASN1_NULL, nullptr) == 1,
+                 "name the signature algorithm");
+  return ToDer(algorithm.get(), i2d_X509_ALGOR, "name the signature algorithm");
+}
+
+std::string SignerId(X509* signer) {
+  return DerElement(der_tag::kSequence,
+                    ToDer(X509_get_issuer_name(signer), i2d_X509_NAME, "name the signer's issuer") +
+                        ToDer(X509_get0_serialNumber(signer), i2d_ASN1_INTEGER, "name the signer"));
+}
+
+// In the message the attributes carry a tag of their own in place of that of a SET.
+std::string Retagged(std::string element, std::uint8_t tag) {
+  element.at(0) = static_cast<char>(tag);
+  return element;
+}
+
+std::string SignerInfo(const SignatureMessage& message) {
+  const std::string stamp = Attribute(NID_id_smime_aa_timeStampToken, message.token);
+  return DerElement(der_tag::kSequence,
+                    std::string(kVersion1, sizeof kVersion1) + SignerId(message.certs.at(0)) +
+                        DigestAlgorithm(message.digest) + Retagged(message.attributes, der_tag::kContext0) +
+                        RsaAlgorithm() + DerElement(der_tag::kOctetString, message.value) +
+                        DerElement(der_tag::kContext1, stamp));
+}
+
+std::string ToPem(const std::string& der) {
+  const BioPtr memory = NewMemory();
+  RequireOpenSsl(
+      PEM_write_bio(memory.get(), PEM_STRING_CMS, "", Octets(der), static_cast<long>(der.size())) > 0,
+      "encode the signature");
+  return TakeMemory(memory.get());
+}
 
 }  // namespace
 
-DetachedSignature::DetachedSignature(X509* signer, EVP_PKEY* key, const EVP_MD* digest, UtcTime time)
-    : message_(CMS_sign(nullptr, nullptr, nullptr, nullptr, kFlags)) {
-  RequireOpenSsl(message_ != nullptr, "begin a signature");
-  signer_ = CMS_add1_signer(message_.get(), signer, key, digest, kFlags);
-  RequireOpenSsl(signer_ != nullptr, "sign as '" + SubjectText(signer) + "'");
+std::string SignedAttributes(const std::string& content_digest, UtcTime time) {
   const TimePtr signing_time = MakeAsn1Time(time);
-  RequireOpenSsl(
-      CMS_signed_add1_attr_by_NID(signer_, NID_pkcs9_signingTime, ASN1_STRING_type(signing_time.get()),
-                                  signing_time.get(), -1) == 1,
-      "add the signing time");
-  content_.reset(CMS_dataInit(message_.get(), nullptr));
-  RequireOpenSsl(content_ != nullptr, "begin a signature");
+  return DerSetOf(
+      der_tag::kSet,
+      {Attribute(NID_pkcs9_contentType, Oid(NID_pkcs7_data)),
+       Attribute(NID_pkcs9_signingTime, ToDer(signing_time.get(), i2d_ASN1_TIME, "encode the signing time")),
+       Attribute(NID_pkcs9_messageDigest, DerElement(der_tag::kOctetString, content_digest))});
 }
 
-void DetachedSignature::AddCertificate(X509* cert) {
-  if (++certs_ > kMaxMessageCerts) {
-    throw Error("the device decodes at most " + std::to_string(kMaxMessageCerts) +
-                " certificates in a signature");
-  }
-  RequireOpenSsl(CMS_add1_cert(message_.get(), cert) == 1,
-                 "add '" + SubjectText(cert) + "' to the signature");
-}
-
-void DetachedSignature::Update(std::string_view piece) {
-  std::size_t written = 0;
-  RequireOpenSsl(
-      BIO_write_ex(content_.get(), piece.data(), piece.size(), &written) == 1 && written == piece.size(),
-      "digest the content");
-}
-
-std::string DetachedSignature::Sign() {
-  RequireOpenSsl(BIO_flush(content_.get()) == 1 && CMS_dataFinal(message_.get(), content_.get()) == 1,
+std::string SignAttributes(const std::string& attributes, EVP_PKEY* key, const EVP_MD* digest) {
+  const DigestContextPtr context(EVP_MD_CTX_new());
+  EVP_PKEY_CTX* key_context = nullptr;  // owned by `context`
+  RequireOpenSsl(context != nullptr &&
+                     EVP_DigestSignInit(context.get(), &key_context, digest, nullptr, key) == 1 &&
+                     EVP_PKEY_CTX_set_rsa_padding(key_context, RSA_PKCS1_PADDING) == 1,
                  "sign");
-  const ASN1_OCTET_STRING* value = CMS_SignerInfo_get0_signature(signer_);
-  return {reinterpret_cast<const char*>(ASN1_STRING_get0_data(value)),
-          static_cast<std::size_t>(ASN1_STRING_length(value))};
+  std::size_t length = 0;
+  RequireOpenSsl(EVP_DigestSign(context.get(), nullptr, &length, Octets(attributes), attributes.size()) == 1,
+                 "sign");
+  std::string value(length, '\0');
+  RequireOpenSsl(EVP_DigestSign(context.get(), reinterpret_cast<unsigned char*>(value.data()), &length,
+                                Octets(attributes), attributes.size()) == 1,
+                 "sign");
+  value.resize(length);
+  return value;
 }
 
-void DetachedSignature::AddTimeStamp(const std::string& token) {
-  if (token.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-    throw Error("the time-stamp is longer than 2 GiB");
+bool IsSignatureOf(X509* signer, const EVP_MD* digest, const std::string& attributes,
+                   const std::string& value) {
+  const DigestContextPtr context(EVP_MD_CTX_new());
+  EVP_PKEY_CTX* key_context = nullptr;  // owned by `context`
+  const bool good =
+      X509_get0_pubkey(signer) != nullptr && context != nullptr &&
+      EVP_DigestVerifyInit(context.get(), &key_context, digest, nullptr, X509_get0_pubkey(signer)) == 1 &&
+      EVP_PKEY_CTX_set_rsa_padding(key_context, RSA_PKCS1_PADDING) == 1 &&
+      EVP_DigestVerify(context.get(), Octets(value), value.size(), Octets(attributes), attributes.size()) ==
+          1;
+  ERR_clear_error();
+  return good;
+}
+
+std::string EncodeSignature(const SignatureMessage& message, SignatureForm form) {
+  if (message.certs.empty() || message.certs.size() > kMaxMessageCerts) {
+    throw Error("the device decodes at most " + std::to_string(kMaxMessageCerts) +
+                " certificates in a signature, the signer's among them");
   }
-  RequireOpenSsl(CMS_unsigned_add1_attr_by_NID(signer_, NID_id_smime_aa_timeStampToken, V_ASN1_SEQUENCE,
-                                               token.data(), static_cast<int>(token.size())) == 1,
-                 "add the time-stamp");
+  std::vector<std::string> certs;
+  for (X509* cert : message.certs) certs.push_back(ToDer(cert, i2d_X509, "encode a certificate"));
+  const std::string signed_data = DerElement(
+      der_tag::kSequence,
+      std::string(kVersion1, sizeof kVersion1) + DerElement(der_tag::kSet, DigestAlgorithm(message.digest)) +
+          DerElement(der_tag::kSequence, Oid(NID_pkcs7_data)) + DerSetOf(der_tag::kContext0, certs) +
+          DerElement(der_tag::kSet, SignerInfo(message)));
+  const std::string der =
+      DerElement(der_tag::kSequence, Oid(NID_pkcs7_signed) + DerElement(der_tag::kContext0, signed_data));
+  return form == SignatureForm::kDer ? der : ToPem(der);
 }
 
-std::string DetachedSignature::Encode(SignatureForm form) const {
-  std::string der = ToDer(message_.get(), i2d_CMS_ContentInfo, "encode the signature");
-  if (form == SignatureForm::kDer) return der;
-  const BioPtr memory = NewMemory();
-  const auto* bytes = reinterpret_cast<const unsigned char*>(der.data());
-  RequireOpenSsl(PEM_write_bio(memory.get(), PEM_STRING_CMS, "", bytes, static_cast<long>(der.size())) > 0,
-                 "encode the signature");
-  return TakeMemory(memory.get());
+X509* FindCarriedIssuer(X509* cert, const std::vector<X509*>& candidates) {
+  for (X509* candidate : candidates) {
+    if (!IsSelfIssued(candidate) && IsIssuedBy(cert, candidate)) return candidate;
+  }
+  return nullptr;
 }
 
 }  // namespace fwpack

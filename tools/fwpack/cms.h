@@ -2,12 +2,13 @@
 #define FWVET_TOOLS_FWPACK_CMS_H
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "tools/fwpack/openssl_ptr.h"
 #include "tools/fwpack/utc_time.h"
 
+// A detached CMS signature with signed attributes; PKCS #1 v1.5, the signer named by issuer and serial
+// number. It is made in steps, so that the step that needs the private key can be done elsewhere.
 namespace fwpack {
 
 /// The most certificates that the device decodes in one message.
@@ -15,31 +16,33 @@ constexpr std::size_t kMaxMessageCerts = 2;
 
 enum class SignatureForm { kDer, kPem };
 
-/// A detached CMS signature with signed attributes over content that comes in pieces; PKCS #1 v1.5, the
-/// signer named by issuer and serial number.
-class DetachedSignature {
- public:
-  /// `time` goes into the signingTime attribute. Throws Error when certificate and key do not belong
-  /// together.
-  DetachedSignature(X509* signer, EVP_PKEY* key, const EVP_MD* digest, UtcTime time);
+/// The signed attributes (contentType, signingTime, messageDigest) as the DER of a SET OF: the bytes that are
+/// signed. The same arguments always give the same bytes.
+std::string SignedAttributes(const std::string& content_digest, UtcTime time);
 
-  /// Puts a certificate into the message. Throws Error beyond what the device decodes.
-  void AddCertificate(X509* cert);
-  /// Adds content.
-  void Update(std::string_view piece);
-  /// Ends the content and signs. Returns the signature value, which a time-stamp has to cover.
-  std::string Sign();
-  /// Puts a time-stamp token (DER) into the unsigned attributes; after Sign().
-  void AddTimeStamp(const std::string& token);
-  /// The message; after Sign().
-  [[nodiscard]] std::string Encode(SignatureForm form) const;
+/// Signs the attributes. Returns the signature value, which a time-stamp has to cover. Throws Error when the
+/// key refuses.
+std::string SignAttributes(const std::string& attributes, EVP_PKEY* key, const EVP_MD* digest);
 
- private:
-  CmsPtr message_{};
-  CMS_SignerInfo* signer_ = nullptr;  // owned by the message
-  BioPtr content_{};
-  std::size_t certs_ = 0;
+/// Whether `value` is the signature of the certificate's key over the attributes.
+bool IsSignatureOf(X509* signer, const EVP_MD* digest, const std::string& attributes,
+                   const std::string& value);
+
+/// Everything that a message holds.
+struct SignatureMessage {
+  std::vector<X509*> certs{};  // the signer's first
+  const EVP_MD* digest = nullptr;
+  std::string attributes{};  // as SignedAttributes() made them
+  std::string value{};       // the signature over them
+  std::string token{};       // the time-stamp token over `value` (DER)
 };
+
+/// The message as it is stored. Throws Error for more certificates than the device decodes.
+std::string EncodeSignature(const SignatureMessage& message, SignatureForm form);
+
+/// The issuer's certificate among `candidates` when a message should carry it, else null: the device has the
+/// root and takes none from a message.
+X509* FindCarriedIssuer(X509* cert, const std::vector<X509*>& candidates);
 
 }  // namespace fwpack
 

@@ -84,8 +84,10 @@ OutputFile::OutputFile(fs::path place) : place_(std::move(place)) {
     throw Error(place_.string() + ": is there already and is no regular file");
   }
   temporary_ = TemplateBeside(place_);
+  const InterruptsHeld held;
   file_ = mkostemp(temporary_.data(), O_CLOEXEC);
   if (file_ < 0) Fail("cannot be created");
+  removal_ = std::make_unique<RemoveOnInterrupt>(temporary_);
 }
 
 OutputFile::~OutputFile() {
@@ -105,6 +107,7 @@ void OutputFile::Write(std::string_view bytes) {
 void OutputFile::Commit() {
   if (fchmod(file_, kPublicMode & ~CurrentUmask()) != 0 || fsync(file_) != 0) Fail("cannot be written");
   if (std::rename(temporary_.c_str(), place_.c_str()) != 0) Fail("cannot be put in place");
+  removal_.reset();
   (void)close(std::exchange(file_, -1));
   SyncParent(place_);
 }

@@ -3,8 +3,11 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <string_view>
+
+#include "tools/fwpack/interrupt.h"
 
 namespace fwpack {
 
@@ -12,7 +15,8 @@ namespace fwpack {
 std::string ReadSmallFile(const std::filesystem::path& path, std::size_t limit = 16U << 20U);
 
 /// A file that comes into being whole or not at all: it is written beside its final place, synchronised and
-/// renamed by Commit(). Without Commit() nothing is left behind, and what stood at the place stays.
+/// renamed by Commit(). Without Commit() nothing is left behind, and what stood at the place stays; a run
+/// that SIGINT, SIGTERM or SIGHUP ends leaves nothing behind either.
 class OutputFile {
  public:
   /// Throws Error when the place is taken by something that is no regular file or cannot be written.
@@ -23,6 +27,8 @@ class OutputFile {
 
   /// Appends; throws Error when the disk refuses.
   void Write(std::string_view bytes);
+  /// Where all that was written so far can be read, until Commit(); the file goes with this object.
+  [[nodiscard]] std::filesystem::path temporary() const { return temporary_; }
   /// Puts the file in its place; throws Error when that fails. To be called once, last.
   void Commit();
 
@@ -32,6 +38,7 @@ class OutputFile {
   std::filesystem::path place_;
   std::string temporary_{};
   int file_ = -1;
+  std::unique_ptr<RemoveOnInterrupt> removal_{};
 };
 
 /// Writes a whole file the same way.

@@ -80,6 +80,14 @@ std::vector<CertPtr> LoadCerts(const std::filesystem::path& path) {
   return certs;
 }
 
+std::vector<CertPtr> LoadAllCerts(const std::vector<std::filesystem::path>& files) {
+  std::vector<CertPtr> all;
+  for (const std::filesystem::path& file : files) {
+    for (CertPtr& cert : LoadCerts(file)) all.push_back(std::move(cert));
+  }
+  return all;
+}
+
 CertPtr LoadCert(const std::filesystem::path& path) {
   std::vector<CertPtr> certs = LoadCerts(path);
   if (certs.size() != 1) {
@@ -103,6 +111,17 @@ KeyPtr LoadKey(const std::filesystem::path& path) {
     throw Error(path.string() + ": holds no private key in PEM");
   }
   return key;
+}
+
+std::vector<CertPtr> ParseCerts(const std::string& bytes) {
+  std::vector<CertPtr> certs;
+  if (IsPem(bytes)) {
+    certs = ParsePemCerts(bytes);
+  } else if (CertPtr cert = ParseDer<CertPtr>(bytes, d2i_X509)) {
+    certs.push_back(std::move(cert));
+  }
+  ERR_clear_error();
+  return certs;
 }
 
 CrlPtr ParseCrl(const std::string& bytes) {

@@ -13,6 +13,8 @@ namespace fwpack {
 /// The certificates of a file: all of a PEM text, in its order, or the one of a DER file. Throws Error when
 /// there is none or one is damaged.
 std::vector<CertPtr> LoadCerts(const std::filesystem::path& path);
+/// The same of several files.
+std::vector<CertPtr> LoadAllCerts(const std::vector<std::filesystem::path>& files);
 /// The certificate of a file that must hold exactly one.
 CertPtr LoadCert(const std::filesystem::path& path);
 /// The unencrypted private key of a PEM file.
@@ -21,6 +23,10 @@ KeyPtr LoadKey(const std::filesystem::path& path);
 CrlPtr LoadCrl(const std::filesystem::path& path);
 /// The first CRL in `bytes`, PEM or DER; null when there is none. Leaves OpenSSL's error queue empty.
 CrlPtr ParseCrl(const std::string& bytes);
+
+/// The certificates in `bytes`, PEM or DER, up to the first that is damaged; none is no error. Leaves
+/// OpenSSL's error queue empty.
+std::vector<CertPtr> ParseCerts(const std::string& bytes);
 
 /// PEM texts with LF line ends.
 std::string CertToPem(X509* cert);

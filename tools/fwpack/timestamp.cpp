@@ -44,19 +44,6 @@ ImprintPtr MakeImprint(const EVP_MD* digest, const std::string& stamped) {
   return imprint;
 }
 
-// The encoded request, with the wish that the token carry the certificates.
-BioPtr MakeRequest(const EVP_MD* digest, const std::string& stamped) {
-  const ImprintPtr imprint = MakeImprint(digest, stamped);
-  const RequestPtr request(TS_REQ_new());
-  BioPtr encoded = NewMemory();
-  RequireOpenSsl(request != nullptr && TS_REQ_set_version(request.get(), 1) == 1 &&
-                     TS_REQ_set_msg_imprint(request.get(), imprint.get()) == 1 &&
-                     TS_REQ_set_cert_req(request.get(), 1) == 1 &&
-                     i2d_TS_REQ_bio(encoded.get(), request.get()) == 1,
-                 "make a time-stamp request");
-  return encoded;
-}
-
 int GiveTime(TS_RESP_CTX* /*responder*/, void* data, long* seconds, long* microseconds) {
   *seconds = static_cast<long>(*static_cast<const UtcTime*>(data));
   *microseconds = 0;
@@ -109,8 +96,21 @@ void RequireGranted(TS_RESP* response) {
 
 }  // namespace
 
+std::string MakeTimeStampRequest(const EVP_MD* digest, const std::string& stamped,
+                                 const ASN1_INTEGER* nonce) {
+  const ImprintPtr imprint = MakeImprint(digest, stamped);
+  const RequestPtr request(TS_REQ_new());
+  RequireOpenSsl(request != nullptr && TS_REQ_set_version(request.get(), 1) == 1 &&
+                     TS_REQ_set_msg_imprint(request.get(), imprint.get()) == 1 &&
+                     (nonce == nullptr || TS_REQ_set_nonce(request.get(), nonce) == 1) &&
+                     TS_REQ_set_cert_req(request.get(), 1) == 1,
+                 "make a time-stamp request");
+  return ToDer(request.get(), i2d_TS_REQ, "encode a time-stamp request");
+}
+
 std::string MakeTimeStampToken(const TimeStamper& stamper, const std::string& stamped, UtcTime time) {
-  const BioPtr request = MakeRequest(stamper.digest, stamped);
+  const std::string request_der = MakeTimeStampRequest(stamper.digest, stamped, nullptr);
+  const BioPtr request = ReadFrom(request_der);
   const ResponderPtr responder = MakeResponder(stamper, &time);
   const ResponsePtr response(TS_RESP_create_response(responder.get(), request.get()));
   RequireOpenSsl(response != nullptr, "make a time-stamp");

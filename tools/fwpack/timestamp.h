@@ -9,6 +9,10 @@
 
 namespace fwpack {
 
+/// An RFC 3161 request (DER) for a time-stamp over `stamped`, with the wish that the token carry its
+/// certificates. Null `nonce`: without one.
+std::string MakeTimeStampRequest(const EVP_MD* digest, const std::string& stamped, const ASN1_INTEGER* nonce);
+
 /// Who makes time-stamps here, without a server.
 struct TimeStamper {
   X509* cert = nullptr;  // with the critical purpose timeStamping alone, or OpenSSL refuses

@@ -29,9 +29,15 @@ UtcTime ParseEpoch(const std::string& text) {
 
 }  // namespace
 
-UtcTime Now() {
+std::optional<UtcTime> SourceDateEpoch() {
   const char* epoch = std::getenv("SOURCE_DATE_EPOCH");  // NOLINT(concurrency-mt-unsafe)
-  return epoch == nullptr ? static_cast<UtcTime>(std::time(nullptr)) : ParseEpoch(epoch);
+  if (epoch == nullptr) return std::nullopt;
+  return ParseEpoch(epoch);
+}
+
+UtcTime Now() {
+  const std::optional<UtcTime> epoch = SourceDateEpoch();
+  return epoch ? *epoch : static_cast<UtcTime>(std::time(nullptr));
 }
 
 UtcTime ParseUtcTime(const std::string& text) {

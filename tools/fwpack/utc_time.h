@@ -2,6 +2,7 @@
 #define FWVET_TOOLS_FWPACK_UTC_TIME_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "tools/fwpack/openssl_ptr.h"
@@ -11,6 +12,9 @@ namespace fwpack {
 /// Seconds since 1970-01-01 00:00:00 UTC.
 using UtcTime = std::int64_t;
 constexpr UtcTime kSecondsPerDay = 86400;
+
+/// The time of SOURCE_DATE_EPOCH; none when it is not set. Throws Error when it is no number of seconds.
+std::optional<UtcTime> SourceDateEpoch();
 
 /// The time that runs without a time of their own take: that of SOURCE_DATE_EPOCH when it is set, else the
 /// clock's. Throws Error when SOURCE_DATE_EPOCH is no number of seconds.

@@ -1,8 +1,10 @@
 #include "tools/fwpack/cli/commands.h"
 
+#include "tools/fwpack/cli/attach_command.h"
 #include "tools/fwpack/cli/completion_command.h"
 #include "tools/fwpack/cli/crl_command.h"
 #include "tools/fwpack/cli/devpki_command.h"
+#include "tools/fwpack/cli/prepare_command.h"
 #include "tools/fwpack/cli/root_command.h"
 #include "tools/fwpack/cli/sign_command.h"
 
@@ -12,6 +14,8 @@ void AddCommands(CLI::App& app, int& /*exit_status*/) {
   AddDevPkiCommand(app);
   AddCrlCommand(app);
   AddSignCommand(app);
+  AddPrepareCommand(app);
+  AddAttachCommand(app);
   AddRootCommand(app);
   AddCompletionCommand(app);
 }

@@ -1,35 +1,55 @@
 #include "tools/fwpack/cli/sign_command.h"
 
 #include <CLI/CLI.hpp>
-#include <map>
 #include <memory>
 
-#include "tools/fwpack/cli/options.h"
+#include "tools/fwpack/cli/package_options.h"
 #include "tools/fwpack/sign.h"
 
 namespace fwpack {
+namespace {
+
+struct SignCommand {
+  PackageParts parts{};
+  IdentitySource signer{};
+  SignatureOptions signature{};
+  StampOptions stamp{};
+  JudgeOptions judge{};
+};
+
+void RunSign(const SignCommand& command) {
+  const Identity signer = LoadIdentity(command.signer);
+  const CaCertificates ca(command.signature.ca, signer.chain);
+  SignOptions options{.parts = command.parts, .signature = command.signature.wish, .key = signer.key.get()};
+  options.signature.signer = signer.cert.get();
+  options.signature.ca = ca.all();
+  options.parts.judge = MakeJudge(command.judge, command.parts.package);
+  options.parts.stamp = MakeStampSource(command.stamp, ca, command.parts.crl, command.signature.wish.time);
+  options.parts.progress = ShowProgress();
+  SignPackage(options);
+}
+
+constexpr char kExamples[] =
+    "Examples:\n"
+    "  fwpack sign --content app.img --out app.pkg --signer-key signer.p12 --crl bundle.pem \\\n"
+    "      --tsa-url http://tsa.example/ --root root.pem\n"
+    "  fwpack sign --content app.img --out app.pkg --signer-cert signer.pem --signer-key signer.key \\\n"
+    "      --ca issuing-ca.pem --ca tsa-ca.pem --tsa-cert tsa.pem --tsa-key tsa.key --crl bundle.pem \\\n"
+    "      --root root.pem --product BOARD --package-version 1.2.ABC.3.4.5.6";
+
+}  // namespace
 
 void AddSignCommand(CLI::App& app) {
-  const auto options = std::make_shared<SignOptions>();
+  const auto options = std::make_shared<SignCommand>();
   CLI::App& command =
       *app.add_subcommand("sign", "Make a package: sign content, time-stamp it, add the CRL bundle");
-  command.add_option("--content", options->content, "The file to sign")->required();
-  command.add_option("--out", options->package, "The package to write")->required();
-  command.add_option("--signer-cert", options->signer_cert, "Certificate of the code signer")->required();
-  command.add_option("--signer-key", options->signer_key, "Its private key, in PEM")->required();
-  command.add_option("--ca", options->ca, "File with CA certificates to carry, several times if need be");
-  command.add_option("--tsa-cert", options->tsa_cert, "Certificate of the time stamper")->required();
-  command.add_option("--tsa-key", options->tsa_key, "Its private key, in PEM")->required();
-  command.add_option("--crl", options->crl, "The bundle of CRLs and CA certificates")->required();
-  AddDigestOption(command, options->digest);
-  const std::map<std::string, SignatureForm> forms = {{"der", SignatureForm::kDer},
-                                                      {"pem", SignatureForm::kPem}};
-  command
-      .add_option("--signature-form", options->form, "How the signature is stored: der or pem; default: der")
-      ->transform(CLI::CheckedTransformer(forms))
-      ->type_name("FORM");
-  AddTimeOption(command, "--timestamp-time", options->time, "Of signature and time-stamp; default: now");
-  command.callback([options] { SignPackage(*options); });
+  AddPartsOptions(command, options->parts);
+  AddIdentityOptions(command, "signer", options->signer);
+  AddSignatureOptions(command, options->signature);
+  AddStampOptions(command, options->stamp);
+  AddJudgeOptions(command, options->judge);
+  command.footer(kExamples);
+  command.callback([options] { RunSign(*options); });
 }
 
 }  // namespace fwpack
