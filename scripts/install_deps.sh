@@ -2,8 +2,9 @@
 # Installs the Debian packages that are missing. Groups: build (always), lint, fuzz.
 set -euo pipefail
 
-packages=(ca-certificates cmake g++ libbenchmark-dev libcli11-dev libgmock-dev libgtest-dev libssl-dev ninja-build
-          nlohmann-json3-dev openssl python3)
+packages=(ca-certificates cmake g++ groff-base libbenchmark-dev libcli11-dev libcurl4-openssl-dev
+          libengine-pkcs11-openssl libgmock-dev libgtest-dev libssl-dev ninja-build nlohmann-json3-dev opensc openssl
+          python3 softhsm2 zsh)
 for group in "$@"; do
   case "$group" in
     lint) packages+=(clang-format clang-tidy) ;;

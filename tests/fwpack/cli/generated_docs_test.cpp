@@ -242,18 +242,23 @@ TEST(Description, ReadsTypesChoicesAndDefaultsFromTheParser) {
   command.add_option("--form", number, "A form")
       ->transform(CLI::CheckedTransformer(std::map<std::string, int>{{"der", 0}, {"pem", 1}}))
       ->type_name("FORM");
+  command.add_option("--key", text, "A key")->type_name("FILE|URI");
+  command.add_option("--how", text, "A form")->type_name("der|pem");
   command.add_option("--revoke", text, "A name")->type_name("NAME[:REASON]")->required();
   bool force = false;
   command.add_flag("--force", force, "A flag");
   const CommandInfo info = fwpack::Describe(app).commands.at(0);
   EXPECT_EQ(info.name, "p c");
-  ASSERT_EQ(info.options.size(), 5U);
+  ASSERT_EQ(info.options.size(), 7U);
   EXPECT_THAT(info.options[1].names, ElementsAre("-n", "--name"));
   EXPECT_THAT(info.options[1].choices, ElementsAre("a", "b"));
   EXPECT_EQ(info.options[1].default_value, "a");
   EXPECT_EQ(info.options[2].value, "FORM");
   EXPECT_THAT(info.options[2].choices, ElementsAre("der", "pem"));
-  EXPECT_EQ(info.options[3].value, "NAME[:REASON]");
-  EXPECT_TRUE(info.options[3].required);
-  EXPECT_EQ(info.options[4].value, "");
+  EXPECT_THAT(info.options[3].choices, ElementsAre());
+  EXPECT_TRUE(fwpack::TakesFile(info.options[3]));
+  EXPECT_THAT(info.options[4].choices, ElementsAre("der", "pem"));
+  EXPECT_EQ(info.options[5].value, "NAME[:REASON]");
+  EXPECT_TRUE(info.options[5].required);
+  EXPECT_EQ(info.options[6].value, "");
 }

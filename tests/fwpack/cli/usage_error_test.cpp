@@ -40,6 +40,12 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         UsageCase{"NoCommand", {}, "fwpack: no command given; see fwpack --help"},
         UsageCase{"UnknownCommand", {"sing"}, "fwpack: unknown command 'sing'; did you mean 'sign'?"},
+        UsageCase{"UnknownCommandWithOptions",
+                  {"sing", "--root", "x"},
+                  "fwpack: unknown command 'sing'; did you mean 'sign'?"},
+        UsageCase{"UnknownOptionBehindTooManyArguments",
+                  {"devpki", "a", "b", "--signer", "2"},
+                  "fwpack devpki: unknown option '--signer'; did you mean '--signers'?"},
         UsageCase{"CommandLikeNone", {"weather"}, "fwpack: unknown command 'weather'; see fwpack --help"},
         UsageCase{"UnknownTopOption", {"--hlp"}, "fwpack: unknown option '--hlp'; did you mean '--help'?"},
         UsageCase{"UnknownOption",

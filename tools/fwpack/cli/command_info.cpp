@@ -12,6 +12,12 @@ std::string TypeOf(const CLI::Option& option) {
   return type.substr(0, std::min(type.find(":{"), type.find(":value in {")));
 }
 
+// "der|pem" names values, "FILE|URI" kinds of values.
+bool IsList(const std::string& type) {
+  return type.find('|') != std::string::npos &&
+         std::none_of(type.begin(), type.end(), [](unsigned char c) { return c == '{' || std::isupper(c); });
+}
+
 std::vector<std::string> NamesOf(const CLI::Option& option) {
   if (option.get_positional()) return {option.get_name(true, false)};
   std::vector<std::string> names;
@@ -58,7 +64,7 @@ std::string LastWord(const std::string& name) {
 }
 
 bool TakesFile(const OptionInfo& option) {
-  return option.choices.empty() && (option.value == "FILE" || option.value == "URI");
+  return option.choices.empty() && option.value.starts_with("FILE");
 }
 
 bool TakesDirectory(const OptionInfo& option) {
@@ -67,6 +73,7 @@ bool TakesDirectory(const OptionInfo& option) {
 
 std::vector<std::string> ChoicesOf(const CLI::Option& option) {
   const std::string type = option.get_type_name();
+  if (IsList(type)) return CLI::detail::split(type, '|');
   const std::size_t begin = type.find('{');
   const std::size_t end = type.find('}', begin == std::string::npos ? 0 : begin);
   if (begin == std::string::npos || end == std::string::npos) return {};

@@ -91,14 +91,19 @@ std::string ExplainValue(const Place& place, const CLI::ParseError& error) {
   return validation && !ChoicesOf(*option).empty() ? ExplainChoice(*option) : error.what();
 }
 
+// A command that is none explains all that follows it; else an option that is none does.
+const std::string& WorstExtra(const Place& place, const std::vector<std::string>& extras) {
+  if (!CommandNames(*place.app).empty()) return extras.front();
+  const auto option = std::find_if(extras.begin(), extras.end(),
+                                   [](const auto& extra) { return extra.size() > 1 && extra[0] == '-'; });
+  return option == extras.end() ? extras.front() : *option;
+}
+
 // An extra comes first: a misspelled option is also a missing one, and the spelling is what helps.
 std::string Explain(const Place& place, const CLI::ParseError& error) {
   std::vector<std::string> extras = place.app->remaining();
   std::erase(extras, "--");
-  const auto option = std::find_if(extras.begin(), extras.end(),
-                                   [](const auto& extra) { return extra.size() > 1 && extra[0] == '-'; });
-  if (option != extras.end()) return ExplainExtra(place, *option);
-  if (!extras.empty()) return ExplainExtra(place, extras.front());
+  if (!extras.empty()) return ExplainExtra(place, WorstExtra(place, extras));
   return ExplainValue(place, error) + SeeHelp(place);
 }
 
