@@ -118,7 +118,6 @@ void PassphraseReader::Obtain() {
   } else {
     FromTerminal();
   }
-  obtained_ = true;
 }
 
 void PassphraseReader::FromFile(const std::filesystem::path& file) {
@@ -130,7 +129,7 @@ void PassphraseReader::FromFile(const std::filesystem::path& file) {
     length += got;
     if (got == 0 || std::memchr(buffer.bytes.data(), '\n', length) != nullptr) break;
   }
-  Take(FirstLine({buffer.bytes.data(), length}), file.string() + ": the first line");
+  Preset(FirstLine({buffer.bytes.data(), length}), file.string() + ": the first line");
 }
 
 void PassphraseReader::FromVariable(const std::string& variable) {
@@ -139,7 +138,7 @@ void PassphraseReader::FromVariable(const std::string& variable) {
     throw Error(name_ + ": the environment variable " + variable + ", which should hold the " + kind_ +
                 ", is not set");
   }
-  Take(text, "the environment variable " + variable);
+  Preset(text, "the environment variable " + variable);
 }
 
 void PassphraseReader::FromTerminal() {
@@ -153,15 +152,16 @@ void PassphraseReader::FromTerminal() {
       EVP_read_pw_string(buffer.bytes.data(), static_cast<int>(buffer.bytes.size()), prompt.c_str(), 0);
   ERR_clear_error();
   if (status != 0) throw Error(name_ + ": no " + kind_ + " was entered");
-  Take(buffer.bytes.data(), "what was entered");
+  Preset(buffer.bytes.data(), "what was entered");
 }
 
-void PassphraseReader::Take(std::string_view text, const std::string& origin) {
+void PassphraseReader::Preset(std::string_view text, const std::string& origin) {
   if (text.empty()) throw Error(origin + " is empty where the " + kind_ + " of " + name_ + " should be");
   if (!secret_.Assign(text)) {
     throw Error(origin + " is no " + kind_ + ": longer than " + std::to_string(Secret::kMaxLength) +
                 " bytes, or with a zero byte");
   }
+  obtained_ = true;
 }
 
 int FillPassphrase(char* buffer, int size, int /*for_writing*/, void* reader) {

@@ -41,6 +41,8 @@ class PassphraseReader {
  public:
   PassphraseReader(const PassphraseSource& source, std::string name, std::string kind = "passphrase");
 
+  /// Makes `text` what Get returns. Throws Error for an empty or too long one.
+  void Preset(std::string_view text, const std::string& origin);
   /// Throws Error: an unreadable file, an unset variable, an empty or too long passphrase, no terminal to ask
   /// at.
   const Secret& Get();
@@ -56,7 +58,6 @@ class PassphraseReader {
   void FromFile(const std::filesystem::path& file);
   void FromVariable(const std::string& variable);
   void FromTerminal();
-  void Take(std::string_view text, const std::string& origin);
 
   PassphraseSource source_;
   std::string name_;
