@@ -1,9 +1,9 @@
 #include "tools/fwpack/check/replay_names.h"
 
-#include "tools/fwpack/check/visible.h"
 #include "tools/fwpack/openssl_ptr.h"
 #include "tools/fwpack/pem_files.h"
 #include "tools/fwpack/utc_time.h"
+#include "tools/fwpack/visible.h"
 #include "verify/asn1/lumo_asn1_def.h"
 
 namespace fwpack {

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "tools/fwpack/check/visible.h"
+#include "tools/fwpack/visible.h"
 
 namespace fwpack {
 namespace {

@@ -2,8 +2,8 @@
 #include <nlohmann/json.hpp>
 
 #include "tools/fwpack/check/report.h"
-#include "tools/fwpack/check/visible.h"
 #include "tools/fwpack/error.h"
+#include "tools/fwpack/visible.h"
 
 namespace fwpack {
 namespace {

@@ -4,19 +4,21 @@
 #include "tools/fwpack/cli/completion_command.h"
 #include "tools/fwpack/cli/crl_command.h"
 #include "tools/fwpack/cli/devpki_command.h"
+#include "tools/fwpack/cli/flash_command.h"
 #include "tools/fwpack/cli/prepare_command.h"
 #include "tools/fwpack/cli/root_command.h"
 #include "tools/fwpack/cli/sign_command.h"
 
 namespace fwpack {
 
-void AddCommands(CLI::App& app, int& /*exit_status*/) {
+void AddCommands(CLI::App& app, int& exit_status) {
   AddDevPkiCommand(app);
   AddCrlCommand(app);
   AddSignCommand(app);
   AddPrepareCommand(app);
   AddAttachCommand(app);
   AddRootCommand(app);
+  AddFlashCommand(app, exit_status);
   AddCompletionCommand(app);
 }
 

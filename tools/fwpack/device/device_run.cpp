@@ -3,54 +3,16 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <fstream>
-#include <system_error>
 
 #include "app/device_state.h"
 #include "app/fwvet.h"
-#include "pieces/crc.h"
-#include "pieces/flashPiece.h"
-#include "pieces/flashPieceAdp.h"
 #include "platform/bounded.h"
-#include "tools/fwpack/device/scratch.h"
+#include "tools/fwpack/device/scratch_flash.h"
 #include "tools/fwpack/device/seams.h"
 #include "tools/fwpack/error.h"
-#include "tools/fwpack/files.h"
 
 namespace fwpack {
 namespace {
-
-namespace fs = std::filesystem;
-
-// Larger than any flash, so that an image of a wrong size still reaches the device's own judgement.
-constexpr std::size_t kMaxImage = 16 * kFlashCapacity;
-
-// A flash file of one run.
-class ScratchFlash {
- public:
-  explicit ScratchFlash(const std::optional<std::string>& image) {
-    if (!image) return;
-    std::ofstream out(file(), std::ios::binary);
-    out.write(image->data(), static_cast<std::streamsize>(image->size()));
-    if (!out.flush()) throw Error(file().string() + ": cannot be written");
-  }
-  [[nodiscard]] fs::path file() const { return directory_.path() / "flash"; }
-  [[nodiscard]] std::string Content() const {
-    std::error_code absent;
-    return fs::exists(file(), absent) ? ReadSmallFile(file(), kMaxImage) : std::string();
-  }
-
- private:
-  ScratchDirectory directory_{};
-};
-
-// Starts flash and piece file system as the tool does. 0 for success.
-int StartPieces() {
-  BSP_CrcInit();
-  if (FLASH_InitFlash() != 0) return 1;
-  BSP_VfsPiecesConfig(0, kFlashCapacity);
-  return BSP_VfsPiecesInit() == 0 ? 0 : 1;
-}
 
 // Stores a bundle as "-backup" does: one that does not fit leaves a cleared buffer and its full length.
 int StoreCrl(const std::string& crl) {

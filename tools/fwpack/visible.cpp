@@ -1,4 +1,4 @@
-#include "tools/fwpack/check/visible.h"
+#include "tools/fwpack/visible.h"
 
 #include <algorithm>
 

@@ -1,5 +1,5 @@
-#ifndef FWVET_TOOLS_FWPACK_CHECK_VISIBLE_H
-#define FWVET_TOOLS_FWPACK_CHECK_VISIBLE_H
+#ifndef FWVET_TOOLS_FWPACK_VISIBLE_H
+#define FWVET_TOOLS_FWPACK_VISIBLE_H
 
 #include <string>
 #include <string_view>

@@ -1,0 +1,177 @@
+#include "tools/fwpack/cli/flash_command.h"
+
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <system_error>
+
+#include "tools/fwpack/device/scratch_flash.h"
+#include "tools/fwpack/error.h"
+#include "tools/fwpack/files.h"
+#include "tools/fwpack/flash/flash_image.h"
+#include "tools/fwpack/flash/flash_json.h"
+#include "tools/fwpack/flash/flash_text.h"
+#include "tools/fwpack/flash/known_records.h"
+
+namespace fwpack {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct FlashOptions {
+  fs::path image{};
+  std::string name{};
+  fs::path file{};
+  bool json = false;
+  bool as_crl = false;
+  bool dry_run = false;
+};
+
+std::string Load(const fs::path& image) {
+  return ReadSmallFile(image, kMaxFlashImage);
+}
+
+// Names the image in front of what is wrong with it.
+template <class Work>
+auto WithName(const fs::path& image, Work work) {
+  try {
+    return work();
+  } catch (const Error& error) {
+    throw Error(image.string() + ": " + error.what(), error.exit_status());
+  }
+}
+
+int StatusOf(const FlashView& view) {
+  return view.start_up.is_idle() ? kAccepted : kRefused;
+}
+
+using TextOf = std::string (*)(const FlashView&);
+
+FlashView Report(const FlashOptions& options, TextOf text) {
+  const std::string image = Load(options.image);
+  const FlashView view = WithName(options.image, [&] { return ViewFlash(image); });
+  std::cout << (options.json ? FlashJson(view) : text(view));
+  return view;
+}
+
+int List(const FlashOptions& options) {
+  const FlashView view = Report(options, FlashListText);
+  if (!view.start_up.works)
+    throw Error(options.image.string() + ": a device would not start on this image", kRefused);
+  return kAccepted;
+}
+
+int Show(const FlashOptions& options) {
+  Report(options, FlashShowText);
+  return kAccepted;
+}
+
+int Verify(const FlashOptions& options) {
+  return StatusOf(Report(options, FlashVerifyText));
+}
+
+int Cat(const FlashOptions& options) {
+  const std::string image = Load(options.image);
+  std::cout << WithName(options.image, [&] { return ReadPiece(image, options.name); });
+  return kAccepted;
+}
+
+int Create(const FlashOptions& options) {
+  std::error_code unknown;
+  if (fs::exists(fs::symlink_status(options.image, unknown))) {
+    throw Error(options.image.string() + ": is there already; remove it first");
+  }
+  WriteFile(options.image, EmptyFlash());
+  return kAccepted;
+}
+
+int Put(const FlashOptions& options) {
+  const std::string image = Load(options.image);
+  const std::string file = ReadSmallFile(options.file, kMaxFlashImage);
+  const std::string content =
+      options.as_crl ? WithName(options.file, [&] { return DeviceCrlRecord(file); }) : file;
+  WriteFile(options.image, WithName(options.image, [&] { return PutPiece(image, options.name, content); }));
+  return kAccepted;
+}
+
+int Repair(const FlashOptions& options) {
+  const FlashView view = Report(options, FlashVerifyText);
+  if (options.dry_run) return StatusOf(view);
+  if (!view.start_up.works)
+    throw Error(options.image.string() + ": a device would not start on this image", kRefused);
+  if (!view.start_up.is_idle()) WriteFile(options.image, view.start_up.flash);
+  return kAccepted;
+}
+
+// What the commands of "flash" are added with.
+struct Adder {
+  CLI::App& flash;
+  std::shared_ptr<FlashOptions> options;
+  int& exit_status;
+
+  CLI::App& Add(const char* name, const char* description, int (*run)(const FlashOptions&),
+                const char* example) const {
+    CLI::App& command = *flash.add_subcommand(name, description);
+    command.callback([options = options, run, &status = exit_status] { status = run(*options); });
+    command.footer(std::string("Examples:\n  ") + example);
+    return command;
+  }
+  CLI::App& AddReport(const char* name, const char* description, int (*run)(const FlashOptions&),
+                      const char* example) const {
+    CLI::App& command = Add(name, description, run, example);
+    command.add_flag("--json", options->json, "Print all that is known of the image as JSON");
+    return command;
+  }
+  void AddName(CLI::App& command) const {
+    command.add_option("NAME", options->name, "The file in the image, as \"CmsCrl\"")
+        ->required()
+        ->type_name("NAME");
+  }
+};
+
+void AddWriters(const Adder& adder) {
+  adder.Add("create", "Make an image with no files; never over a file that is there", Create,
+            "fwpack flash nvram.img create");
+  CLI::App& put = adder.Add("put", "Store a file in an image, in place of one of that name", Put,
+                            "fwpack flash nvram.img put CmsCrl bundle.pem --crl");
+  adder.AddName(put);
+  put.add_option("FILE", adder.options->file, "What to store")->required()->type_name("FILE");
+  put.add_flag("--crl", adder.options->as_crl,
+               "FILE is a CRL bundle: store it in the record that the device keeps, as \"-backup\" does");
+  CLI::App& repair = adder.AddReport(
+      "repair", "Do to an image what a device's start-up does: the good area repairs the other", Repair,
+      "fwpack flash nvram.img repair --dry-run");
+  repair.add_flag("--dry-run", adder.options->dry_run,
+                  "Only say what would be done; exit 2 when it is anything");
+}
+
+}  // namespace
+
+void AddFlashCommand(CLI::App& app, int& exit_status) {
+  CLI::App& command = *app.add_subcommand("flash", "Look into and make the flash image of a device");
+  const Adder adder{command, std::make_shared<FlashOptions>(), exit_status};
+  command.add_option("IMAGE", adder.options->image, "The flash image")->required()->type_name("FILE");
+  command.require_subcommand(1);
+  command.footer(
+      "Commands that look never change the image; those that make leave it whole or as it was.\n"
+      "\n"
+      "Examples:\n"
+      "  fwpack flash nvram.img create\n"
+      "  fwpack flash nvram.img put CmsCrl bundle.pem --crl\n"
+      "  fwpack flash nvram.img list\n"
+      "  fwpack flash nvram.img verify");
+  adder.AddReport("list", "The files that a device would find after its start-up", List,
+                  "fwpack flash nvram.img list");
+  adder.AddReport("show", "Heads, checksums and descriptors of both areas", Show,
+                  "fwpack flash nvram.img show");
+  adder.AddReport("verify", "Say whether both areas are good and the same; exit 2 when start-up would write",
+                  Verify, "fwpack flash nvram.img verify");
+  CLI::App& cat = adder.Add("cat", "Print the allocated bytes of a file", Cat,
+                            "fwpack flash nvram.img cat startup_check_info | xxd");
+  adder.AddName(cat);
+  AddWriters(adder);
+}
+
+}  // namespace fwpack
