@@ -4,12 +4,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <set>
 
 #include "tests/fwpack/check/agreement_cases.h"
-#include "tests/support/run_tool.h"
-#include "tools/fwpack/files.h"
+#include "tests/fwpack/check/device_outcome.h"
 
 namespace {
 
@@ -30,27 +28,6 @@ constexpr Group kGroups[] = {
     {"Stamp", checktest::StampCases},           {"Signer", checktest::SignerCases},
     {"Message", checktest::MessageCases}};
 
-struct Outcome {
-  int status;
-  std::string output;
-  std::string flash;
-};
-
-// What the device does with the package at `path`.
-Outcome RunTheDevice(const checktest::Files& files, const std::string& path, const AgreementCase& test) {
-  const std::string flash = files.path("flash");
-  std::filesystem::remove(flash);
-  if (test.flash) WriteWholeFile(flash, *test.flash);
-  std::vector<std::string> arguments{"-f", path};
-  if (test.backup) arguments.emplace_back("-backup");
-  const ToolResult result =
-      RunTool(FWVET_UNDER_TEST, arguments,
-              {.environment = {{"FWVET_TEST_FLASH", flash}, {"FWVET_TEST_SYNC_LOG", files.path("syncs")}}});
-  EXPECT_EQ(result.signal, 0);
-  EXPECT_EQ(result.err, "");
-  return {result.status, result.out, fwpack::ReadSmallFile(flash)};
-}
-
 void ExpectReasons(const fwpack::CheckResult& predicted) {
   EXPECT_EQ(predicted.reasons.empty(), predicted.accepted);
   for (const fwpack::Reason& reason : predicted.reasons) {
@@ -66,7 +43,7 @@ class Agreement : public testing::TestWithParam<Group> {
   void ExpectAgreement(const AgreementCase& test) {
     SCOPED_TRACE(test.name);
     const fwpack::CheckResult predicted = files_.Check(test.package, test.flash, test.backup);
-    const Outcome done = RunTheDevice(files_, files_.path("package"), test);
+    const checktest::Outcome done = checktest::RunTheDevice(files_, test);
     EXPECT_EQ(predicted.run.process.signal, 0);
     EXPECT_EQ(predicted.run.process.exit_status, done.status);
     EXPECT_EQ(predicted.run.process.output, done.output);

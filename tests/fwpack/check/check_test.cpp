@@ -10,8 +10,8 @@
 #include "tests/support/flash_model.h"
 #include "tools/fwpack/check/device_messages.h"
 #include "tools/fwpack/check/remedies.h"
-#include "tools/fwpack/check/visible.h"
 #include "tools/fwpack/error.h"
+#include "tools/fwpack/visible.h"
 #include "verify/lumo_errors.h"
 
 namespace {
@@ -164,6 +164,25 @@ TEST_F(Check, TakesADeviceCrlOrAFlashAndNotBoth) {
   options.device_crl = files_.Save("bundle", Maker().Crls({}));
   options.flash = files_.Save("image", FlashWith({}));
   ExpectError(options, "exclude each other");
+}
+
+TEST(ExitStatus, GoesByTheGravestFinding) {
+  const fwpack::LintRule note{
+      .id = "n", .severity = fwpack::Severity::kNote, .explanation = "", .remedy = ""};
+  const fwpack::LintRule warning{
+      .id = "w", .severity = fwpack::Severity::kWarning, .explanation = "", .remedy = ""};
+  const fwpack::LintRule error{
+      .id = "e", .severity = fwpack::Severity::kError, .explanation = "", .remedy = ""};
+  CheckResult result{.accepted = true};
+  EXPECT_EQ(fwpack::ExitStatusOf(result), fwpack::kAccepted);
+  result.findings = {{.rule = &note}};
+  EXPECT_EQ(fwpack::ExitStatusOf(result), fwpack::kAccepted);
+  for (const fwpack::LintRule* rule : {&warning, &error}) {
+    result.findings = {{.rule = &note}, {.rule = rule}};
+    EXPECT_EQ(fwpack::ExitStatusOf(result), fwpack::kAcceptedWithWarnings);
+  }
+  result.accepted = false;
+  EXPECT_EQ(fwpack::ExitStatusOf(result), fwpack::kRefused) << "findings do not outweigh the device";
 }
 
 struct Said {
