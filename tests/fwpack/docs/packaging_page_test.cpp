@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <sstream>
+#include <memory>
 
+#include "tests/fwpack/docs/shell_blocks.h"
 #include "tests/fwpack/fwpack_fixture.h"
 #include "tools/fwpack/device/device_run.h"
 #include "tools/fwpack/root.h"
@@ -11,21 +11,6 @@
 using testing::HasSubstr;
 
 namespace {
-
-/// The text of all "sh" blocks of a page, in order.
-std::string ShellBlocks(const std::string& page) {
-  std::string script;
-  bool inside = false;
-  std::istringstream lines(page);
-  for (std::string line; std::getline(lines, line);) {
-    if (line.starts_with("```")) {
-      inside = line == "```sh";
-    } else if (inside) {
-      script += line + "\n";
-    }
-  }
-  return script;
-}
 
 fwpack::DeviceRun RunOn(const fwpack::DeviceSetup& device, const std::vector<std::string>& arguments) {
   return fwpack::RunDevice(device, arguments);
@@ -39,12 +24,7 @@ class PackagingPage : public testing::Test {
     const std::string docs = FWVET_DOCS;
     packtest::WriteText(*dir_ / "openssl.cnf", packtest::ReadText(docs + "/examples/openssl.cnf"));
     packtest::WriteText(*dir_ / "app.img", "software");
-    const std::string blocks = ShellBlocks(packtest::ReadText(docs + "/packaging.md"));
-    packtest::WriteText(*dir_ / "page.sh", "set -euo pipefail\n" + blocks);
-    const std::string programs = std::filesystem::path(FWVET_FWPACK_PROGRAM).parent_path().string();
-    run_ =
-        RunTool(FWVET_BASH_PROGRAM, {"page.sh"},
-                {.directory = dir_->path(), .environment = {{"PATH", programs + ":" + std::getenv("PATH")}}});
+    run_ = RunScript(ShellBlocks(packtest::ReadText(docs + "/packaging.md")), dir_->path());
   }
   static void TearDownTestSuite() { dir_.reset(); }
 
@@ -140,6 +120,21 @@ TEST_F(PackagingPage, WarnsOfBundlesThatMixOldAndNewForTheDeviceKeepsThemNot) {
   const fwpack::DeviceRun run = RunOn(device, {"-v", "-f", File("mixed.pkg"), "-backup"});
   EXPECT_EQ(run.process.exit_status, 0);
   EXPECT_THAT(run.process.output, HasSubstr("compare result: mix"));
+}
+
+TEST(Readme, LeadsFromAPayloadToAPackageThatTheDeviceAccepts) {
+  const ScratchDir dir;
+  packtest::WriteText(dir / "app.img", "software");
+  const std::string script = ShellBlocks(packtest::ReadText(std::string(FWVET_DOCS) + "/../README.md"),
+                                         "## From a payload to a checked package");
+  // The last line is the device's, which trusts the root that the first one made.
+  const std::size_t last = script.find("fwvet -f app.pkg\n");
+  ASSERT_EQ(last + std::string("fwvet -f app.pkg\n").size(), script.size());
+  const ToolResult made = RunScript(script.substr(0, last), dir.path());
+  ASSERT_EQ(made.status, 0) << made.out << made.err;
+  const fwpack::DeviceSetup device = {.root = fwpack::PaddedRoot(dir / "pki/root.pem"),
+                                      .flash = std::nullopt};
+  EXPECT_EQ(RunOn(device, {"-f", dir / "app.pkg"}).process.exit_status, 0);
 }
 
 TEST(PackagingPageLinks, LeadToFilesThatAreThere) {
