@@ -1,0 +1,123 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "tests/fwpack/fwpack_fixture.h"
+#include "tests/support/flash_model.h"
+#include "tools/fwpack/device/device_run.h"
+
+namespace {
+
+using packtest::ReadText;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class FlashCommand : public testing::Test {
+ protected:
+  ToolResult Flash(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {"flash", image_});
+    return packtest::Fwpack(arguments);
+  }
+  // Runs a command that must end well.
+  std::string Done(const std::vector<std::string>& arguments) {
+    const ToolResult result = Flash(arguments);
+    EXPECT_EQ(result.status, 0) << result.err;
+    return result.out;
+  }
+  void ExpectError(const std::vector<std::string>& arguments, int status, const std::string& error) {
+    const ToolResult result = Flash(arguments);
+    EXPECT_EQ(result.status, status);
+    EXPECT_THAT(result.err, HasSubstr(error));
+  }
+  void DamageSpare() {
+    std::string image = ReadText(image_);
+    image[600000] ^= 1;
+    packtest::WriteText(image_, image);
+  }
+
+  ScratchDir dir_;
+  std::string image_ = dir_ / "image";
+};
+
+TEST_F(FlashCommand, MakesAnImageWhoseCrlTheDeviceReads) {
+  Done({"create"});
+  Done({"put", "CmsCrl", packtest::Pki("bundle.pem"), "--crl"});
+  EXPECT_EQ(fwpack::CrlOnFlash(ReadText(image_)), ReadText(packtest::Pki("bundle.pem")));
+  EXPECT_THAT(Done({"list"}), HasSubstr("CmsCrl  32800 bytes  device CRL of "));
+  EXPECT_THAT(Done({"verify"}), HasSubstr("start-up would: nothing\n"));
+}
+
+TEST_F(FlashCommand, GivesBackWhatItStored) {
+  Done({"create"});
+  const std::string content("\0\x01\xFF", 3);
+  packtest::WriteText(dir_ / "content", content);
+  Done({"put", "some file", dir_ / "content"});
+  EXPECT_EQ(Done({"cat", "some file"}), content + std::string(29, '\0'));
+}
+
+TEST_F(FlashCommand, NeverMakesAnImageOverAFile) {
+  packtest::WriteText(image_, "precious");
+  ExpectError({"create"}, 3, "is there already");
+  EXPECT_EQ(ReadText(image_), "precious");
+}
+
+TEST_F(FlashCommand, LeavesTheImageAloneWhenItCannotStore) {
+  Done({"create"});
+  const std::string before = ReadText(image_);
+  packtest::WriteText(dir_ / "big", std::string(600000, 'x'));
+  ExpectError({"put", "big", dir_ / "big"}, 3, "PIECE_ERR_NO_SPACE");
+  ExpectError({"put", "CmsCrl", dir_ / "big", "--crl"}, 3, "the device keeps at most 32768");
+  ExpectError({"put", "file", dir_ / "absent"}, 3, "absent");
+  EXPECT_EQ(ReadText(image_), before);
+  EXPECT_EQ(packtest::NamesIn(dir_.path()), (std::vector<std::string>{"big", "image"}));
+}
+
+TEST_F(FlashCommand, LooksWithoutChanging) {
+  Done({"create"});
+  DamageSpare();
+  const std::string before = ReadText(image_);
+  Done({"list"});
+  EXPECT_THAT(Done({"show"}), HasSubstr("spare area at 524288: bad: CRC "));
+  EXPECT_EQ(Flash({"verify"}).status, 2);
+  EXPECT_EQ(Flash({"repair", "--dry-run"}).status, 2);
+  ExpectError({"cat", "absent"}, 3, "holds no file 'absent'");
+  EXPECT_EQ(ReadText(image_), before);
+}
+
+TEST_F(FlashCommand, RepairsAsTheDeviceDoes) {
+  Done({"create"});
+  const std::string good = ReadText(image_);
+  DamageSpare();
+  EXPECT_THAT(Done({"repair"}), HasSubstr("start-up would: rewrite the spare area from the main one"));
+  EXPECT_EQ(ReadText(image_), good);
+  EXPECT_EQ(Flash({"repair", "--dry-run"}).status, 0);
+}
+
+TEST_F(FlashCommand, ReportsAsJson) {
+  Done({"create"});
+  Done({"put", "CmsCrl", packtest::Pki("bundle.pem"), "--crl"});
+  DamageSpare();
+  for (const char* command : {"list", "show", "verify", "repair"}) {
+    std::vector<std::string> arguments{command, "--json"};
+    if (std::string(command) == "repair") arguments.emplace_back("--dry-run");
+    const auto json = nlohmann::json::parse(Flash(arguments).out);
+    EXPECT_EQ(json["schema"], "fwpack-flash");
+    EXPECT_EQ(json["schemaVersion"], 1);
+    EXPECT_TRUE(json["main"]["good"]);
+    EXPECT_FALSE(json["spare"]["good"]);
+    EXPECT_EQ(json["files"][0]["name"], "CmsCrl");
+    EXPECT_TRUE(json["startUp"]["rewritesSpare"]);
+  }
+}
+
+TEST_F(FlashCommand, WantsAnImageAndACommand) {
+  ExpectError({"verify"}, 3, image_);
+  const ToolResult bare = packtest::Fwpack({"flash", image_});
+  EXPECT_EQ(bare.status, 3);
+  EXPECT_THAT(bare.out, IsEmpty());
+}
+
+}  // namespace
