@@ -1,6 +1,7 @@
 #include "tools/fwpack/cli/commands.h"
 
 #include "tools/fwpack/cli/attach_command.h"
+#include "tools/fwpack/cli/check_command.h"
 #include "tools/fwpack/cli/completion_command.h"
 #include "tools/fwpack/cli/crl_command.h"
 #include "tools/fwpack/cli/devpki_command.h"
@@ -18,6 +19,7 @@ void AddCommands(CLI::App& app, int& exit_status) {
   AddPrepareCommand(app);
   AddAttachCommand(app);
   AddRootCommand(app);
+  AddCheckCommand(app, exit_status);
   AddFlashCommand(app, exit_status);
   AddCompletionCommand(app);
 }
