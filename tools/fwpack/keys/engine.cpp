@@ -51,6 +51,7 @@ Pkcs11Engine::Pkcs11Engine(const std::optional<std::string>& module_path) {
   }
   engine_ = std::shared_ptr<ENGINE>(engine, ReleaseEngine);
   (void)ENGINE_ctrl_cmd(engine, "QUIET", 0, nullptr, nullptr, 1);
+  ERR_clear_error();
 }
 
 KeyPtr Pkcs11Engine::LoadKey(const std::string& object, PassphraseReader& reader) {

@@ -6,6 +6,7 @@
 #include <openssl/pkcs12.h>
 #include <openssl/provider.h>
 
+#include <string_view>
 #include <utility>
 
 #include "tools/fwpack/error.h"
@@ -74,19 +75,6 @@ Identity ParsePem(const std::string& bytes, const std::string& file, const Passp
   return identity;
 }
 
-// The passphrase that the file's MAC agrees with. None and the empty one are tried first, for many tools make
-// such files; a file without MAC is opened with none.
-const char* FindPassphrase(PKCS12* pkcs12, const std::string& file, PassphraseReader& reader) {
-  if (PKCS12_mac_present(pkcs12) != 1 || PKCS12_verify_mac(pkcs12, nullptr, 0) == 1) return nullptr;
-  if (PKCS12_verify_mac(pkcs12, "", 0) == 1) return "";
-  const Secret& secret = reader.Get();
-  if (PKCS12_verify_mac(pkcs12, secret.c_str(), static_cast<int>(secret.text().size())) != 1) {
-    ERR_clear_error();
-    throw Error(file + ": the passphrase is wrong or the file is damaged");
-  }
-  return secret.c_str();
-}
-
 bool IsUnsupported(unsigned long error) {
   const int reason = ERR_GET_REASON(error);
   return reason == ERR_R_UNSUPPORTED || reason == EVP_R_UNSUPPORTED_ALGORITHM ||
@@ -115,8 +103,10 @@ bool Unpack(PKCS12* pkcs12, const char* passphrase, Identity& identity) {
   return unpacked;
 }
 
-// With the ciphers that OpenSSL keeps apart by now, and only while they are needed.
+// With the ciphers that OpenSSL keeps apart by now, where the file wants them, and only while it does.
 bool UnpackWithLegacy(PKCS12* pkcs12, const char* passphrase, const std::string& file, Identity& identity) {
+  if (Unpack(pkcs12, passphrase, identity)) return true;
+  if (!TakeErrorsAndTellUnsupported()) return false;
   const ProviderPtr legacy(OSSL_PROVIDER_try_load(nullptr, "legacy", 1));
   if (legacy == nullptr) {
     ERR_clear_error();
@@ -129,21 +119,36 @@ bool UnpackWithLegacy(PKCS12* pkcs12, const char* passphrase, const std::string&
   return Unpack(pkcs12, passphrase, identity);
 }
 
+// The MAC tells a wrong passphrase without an attempt to decrypt; a file may lack it.
+bool MayOpen(PKCS12* pkcs12, std::string_view passphrase) {
+  return PKCS12_mac_present(pkcs12) != 1 ||
+         PKCS12_verify_mac(pkcs12, passphrase.data(), static_cast<int>(passphrase.size())) == 1;
+}
+
+// None and the empty passphrase are tried first, for many tools make such files.
+bool UnpackWithoutPassphrase(PKCS12* pkcs12, const std::string& file, Identity& identity) {
+  return (MayOpen(pkcs12, {}) && UnpackWithLegacy(pkcs12, nullptr, file, identity)) ||
+         (MayOpen(pkcs12, "") && UnpackWithLegacy(pkcs12, "", file, identity));
+}
+
+bool UnpackWithPassphrase(PKCS12* pkcs12, const std::string& file, const PassphraseSource& source,
+                          Identity& identity) {
+  PassphraseReader reader(source, file);
+  const Secret& secret = reader.Get();
+  return MayOpen(pkcs12, secret.text()) && UnpackWithLegacy(pkcs12, secret.c_str(), file, identity);
+}
+
 Identity ParsePkcs12(const std::string& bytes, const std::string& file, const PassphraseSource& source) {
   ERR_clear_error();
   const BioPtr stream = ReadFrom(bytes);
   const Pkcs12Ptr pkcs12(d2i_PKCS12_bio(stream.get(), nullptr));
   ERR_clear_error();
   if (pkcs12 == nullptr) throw Error(file + ": is neither PEM nor PKCS #12");
-  PassphraseReader reader(source, file);
-  const char* passphrase = FindPassphrase(pkcs12.get(), file, reader);
   Identity identity;
-  bool unpacked = Unpack(pkcs12.get(), passphrase, identity);
-  if (!unpacked && TakeErrorsAndTellUnsupported()) {
-    unpacked = UnpackWithLegacy(pkcs12.get(), passphrase, file, identity);
-  }
+  const bool unpacked = UnpackWithoutPassphrase(pkcs12.get(), file, identity) ||
+                        UnpackWithPassphrase(pkcs12.get(), file, source, identity);
   ERR_clear_error();
-  if (!unpacked) throw Error(file + ": its contents cannot be decrypted or are damaged");
+  if (!unpacked) throw Error(file + ": cannot be decrypted: the passphrase is wrong or the file is damaged");
   if (identity.key == nullptr) throw Error(file + ": holds no private key");
   return identity;
 }
