@@ -247,8 +247,10 @@ TEST(Description, ReadsTypesChoicesAndDefaultsFromTheParser) {
   command.add_option("--revoke", text, "A name")->type_name("NAME[:REASON]")->required();
   bool force = false;
   command.add_flag("--force", force, "A flag");
+  app.add_option("IMAGE", text, "An image");
   const CommandInfo info = fwpack::Describe(app).commands.at(0);
   EXPECT_EQ(info.name, "p c");
+  EXPECT_EQ(info.call, "p IMAGE c");
   ASSERT_EQ(info.options.size(), 7U);
   EXPECT_THAT(info.options[1].names, ElementsAre("-n", "--name"));
   EXPECT_THAT(info.options[1].choices, ElementsAre("a", "b"));

@@ -30,17 +30,31 @@ constexpr char kTopFooter[] =
 // Shows a fixed list of values as "a|b", where the library would show how it checks them.
 class HelpFormat : public CLI::Formatter {
  public:
-  HelpFormat() { column_width(kColumnWidth); }
+  HelpFormat() {
+    column_width(kColumnWidth);
+    label("Positionals", "Arguments");
+  }
 
   std::string make_option_opts(const CLI::Option* option) const override {
     if (option->get_type_size() == 0) return "";
     const std::vector<std::string> choices = ChoicesOf(*option);
     std::string text = " ";
     for (const std::string& choice : choices) text += (&choice == choices.data() ? "" : "|") + choice;
+    if (choices.empty() && option->get_positional()) return option->get_expected_max() > 1 ? "..." : "";
     if (choices.empty()) text += option->get_type_name();
     if (!option->get_default_str().empty()) text += " [" + option->get_default_str() + "]";
     if (option->get_expected_max() > 1) text += " ...";
     return text;
+  }
+
+  std::string make_usage(const CLI::App* app, std::string /*name*/) const override {
+    std::string text = "Usage: " + CallOf(*app) + " [OPTION]...";
+    for (const CLI::Option* option : app->get_options()) {
+      if (!option->get_positional()) continue;
+      text += " " + option->get_name(true, false) + (option->get_expected_max() > 1 ? "..." : "");
+    }
+    const bool has_commands = !app->get_subcommands([](const CLI::App*) { return true; }).empty();
+    return text + (has_commands ? " COMMAND\n" : "\n");
   }
 
   std::string make_option_desc(const CLI::Option* option) const override {

@@ -44,6 +44,7 @@ OptionInfo DescribeOption(const CLI::Option& option) {
 CommandInfo DescribeAt(const CLI::App& app, const std::string& above) {
   CommandInfo info;
   info.name = above + app.get_name();
+  info.call = CallOf(app);
   info.description = app.get_description();
   info.footer = app.get_footer();
   for (const CLI::Option* option : app.get_options()) {
@@ -80,6 +81,16 @@ std::vector<std::string> ChoicesOf(const CLI::Option& option) {
   std::vector<std::string> choices = CLI::detail::split(type.substr(begin + 1, end - begin - 1), ',');
   for (std::string& choice : choices) choice = choice.substr(0, choice.find("->"));
   return choices;
+}
+
+std::string CallOf(const CLI::App& app) {
+  const CLI::App* parent = app.get_parent();
+  if (parent == nullptr) return app.get_name();
+  std::string call = CallOf(*parent);
+  for (const CLI::Option* option : parent->get_options()) {
+    if (option->get_positional()) call += " " + option->get_name(true, false);
+  }
+  return call + " " + app.get_name();
 }
 
 CommandInfo Describe(const CLI::App& app) {

@@ -26,7 +26,8 @@ struct OptionInfo {
 
 /// A program or one of its commands.
 struct CommandInfo {
-  std::string name{};  // with all that stands in front of it: "fwpack flash list"
+  std::string name{};  // with the commands in front of it: "fwpack flash list"
+  std::string call{};  // with their arguments too: "fwpack flash IMAGE list"
   std::string description{};
   std::string footer{};
   std::vector<OptionInfo> options{};
@@ -43,6 +44,9 @@ bool TakesDirectory(const OptionInfo& option);
 
 /// The values that an option is restricted to; empty when it is not.
 std::vector<std::string> ChoicesOf(const CLI::Option& option);
+
+/// How a command is called, up to its own name: "fwpack flash IMAGE list".
+std::string CallOf(const CLI::App& app);
 
 /// Describes a program or command with all that is below it, but for what is hidden (group "").
 CommandInfo Describe(const CLI::App& app);

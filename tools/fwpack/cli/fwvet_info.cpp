@@ -25,6 +25,7 @@ OptionInfo DescribeOption(const CommandOption& option) {
 CommandInfo DescribeFwvet() {
   CommandInfo info;
   info.name = "fwvet";
+  info.call = info.name;
   info.description = "Decides whether a software file may be started.";
   for (const CommandOption& option : kOptions) info.options.push_back(DescribeOption(option));
   return info;

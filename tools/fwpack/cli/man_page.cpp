@@ -1,6 +1,7 @@
 #include "tools/fwpack/cli/man_page.h"
 
 #include <algorithm>
+#include <cctype>
 #include <sstream>
 
 #include "tools/fwpack/error.h"
@@ -104,8 +105,20 @@ std::string Options(const CommandInfo& command) {
   return text;
 }
 
+// The words that are typed as they stand in bold, the others, which are in capitals, in italics.
+std::string Call(const CommandInfo& command) {
+  std::string text;
+  std::istringstream words(command.call);
+  for (std::string word; words >> word;) {
+    const bool typed =
+        std::none_of(word.begin(), word.end(), [](unsigned char c) { return std::isupper(c); });
+    text += (text.empty() ? "" : " ") + (typed ? Bold(word) : Italic(word));
+  }
+  return text;
+}
+
 std::string Synopsis(const CommandInfo& command) {
-  std::string text = ".P\n" + Bold(command.name);
+  std::string text = ".P\n" + Call(command);
   for (const OptionInfo& option : command.options) {
     if (option.required) text += " " + Bold(option.names.back()) + " " + Value(option);
   }
