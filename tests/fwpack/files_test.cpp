@@ -21,6 +21,13 @@ TEST(OutputFile, AppearsWhenItIsCommitted) {
   EXPECT_EQ(NamesIn(dir.path()), (std::vector<std::string>{"out"}));
 }
 
+TEST(OutputFile, CanBeReadBeforeItIsCommitted) {
+  const ScratchDir dir;
+  OutputFile file(dir / "out");
+  file.Write("all so far");
+  EXPECT_EQ(ReadText(file.temporary()), "all so far");
+}
+
 TEST(OutputFile, LeavesWhatStoodThereWhenItIsGivenUp) {
   const ScratchDir dir;
   packtest::WriteText(dir / "out", "old");

@@ -17,7 +17,12 @@ constexpr int kPercentPerMark = 100 / kWidth;
 ProgressBar::ProgressBar(std::FILE* out, bool is_terminal) : out_(out), is_terminal_(is_terminal) {}
 
 ProgressBar::~ProgressBar() {
+  Erase();
+}
+
+void ProgressBar::Erase() {
   if (percent_ < 0) return;
+  percent_ = -1;
   (void)std::fputs("\r\033[K", out_);
   (void)std::fflush(out_);
 }
@@ -25,7 +30,8 @@ ProgressBar::~ProgressBar() {
 void ProgressBar::Show(std::uint64_t done, std::uint64_t total) {
   if (!is_terminal_ || total < kLongContent) return;
   // Content may grow while it is read.
-  const int percent = static_cast<int>(std::min<std::uint64_t>(100, done / (total / 100)));
+  if (done >= total) return Erase();
+  const int percent = static_cast<int>(std::min<std::uint64_t>(99, done / (total / 100)));
   if (percent == percent_) return;
   percent_ = percent;
   const auto marks = static_cast<std::size_t>(percent / kPercentPerMark);

@@ -7,7 +7,7 @@
 namespace fwpack {
 
 /// A bar that grows on a terminal while long content is read: "fwpack: [#####.....]  50 %". Draws nothing on
-/// what is no terminal and for content below 16 MiB, and takes its line away at the end.
+/// what is no terminal and for content below 16 MiB, and takes its line away when all is read or it goes.
 class ProgressBar {
  public:
   /// `out` must outlive this. `is_terminal`: whether `out` is one.
@@ -19,6 +19,8 @@ class ProgressBar {
   void Show(std::uint64_t done, std::uint64_t total);
 
  private:
+  void Erase();
+
   std::FILE* out_;
   bool is_terminal_;
   int percent_ = -1;  // what is drawn; -1: nothing
