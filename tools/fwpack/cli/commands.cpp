@@ -6,6 +6,7 @@
 #include "tools/fwpack/cli/crl_command.h"
 #include "tools/fwpack/cli/devpki_command.h"
 #include "tools/fwpack/cli/flash_command.h"
+#include "tools/fwpack/cli/inspect_command.h"
 #include "tools/fwpack/cli/prepare_command.h"
 #include "tools/fwpack/cli/root_command.h"
 #include "tools/fwpack/cli/sign_command.h"
@@ -18,6 +19,7 @@ void AddCommands(CLI::App& app, int& exit_status) {
   AddSignCommand(app);
   AddPrepareCommand(app);
   AddAttachCommand(app);
+  AddInspectCommand(app, exit_status);
   AddRootCommand(app);
   AddCheckCommand(app, exit_status);
   AddFlashCommand(app, exit_status);
