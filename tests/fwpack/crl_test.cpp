@@ -114,6 +114,14 @@ TEST(CrlBundle, ReplacesAnEarlierOne) {
   EXPECT_THAT(ReadText(dir / "bundle.pem"), Not(HasSubstr("earlier")));
 }
 
+TEST(CrlBundle, NeverReplacesAKey) {
+  const ScratchDir dir;
+  CrlBundleOptions options = BundleFor(dir);
+  packtest::WriteText(dir / "bundle.pem", ReadText(Pki("signer.key")));
+  EXPECT_THAT(ErrorOf([&options] { MakeCrlBundle(options); }), HasSubstr("bundle.pem: holds a private key"));
+  EXPECT_EQ(ReadText(dir / "bundle.pem"), ReadText(Pki("signer.key")));
+}
+
 TEST(CrlBundle, TakesAsManyEntriesAsTheDeviceDecodesAndNoMore) {
   const ScratchDir dir;
   CrlBundleOptions options = BundleFor(dir);

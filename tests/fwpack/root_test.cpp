@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <openssl/ec.h>
 
+#include <algorithm>
+
 #include "tests/fwpack/fwpack_fixture.h"
 #include "tests/support/openssl_owned.h"
 #include "tests/support/test_pki.h"
@@ -135,6 +137,11 @@ TEST(FwpackRoot, WithAKeyAbove4096BitsIsRefused) {
   EXPECT_THAT(BrokenRule(RootPem(RootSpec(4104))), HasSubstr("has a key of 4104 bits"));
 }
 
+TEST(FwpackRoot, WhoseModulusIsNoMultipleOf8BytesIsRefused) {
+  EXPECT_THAT(BrokenRule(RootPem(RootSpec(2056))), HasSubstr("no multiple of 8"));
+  EXPECT_EQ(BrokenRule(RootPem(RootSpec(2112))), "");
+}
+
 TEST(FwpackRoot, OfVersion1IsRefused) {
   pki::CertSpec spec = RootSpec();
   spec.version = 1;
@@ -190,4 +197,57 @@ TEST(FwpackRoot, FromAFileNamesTheFileInItsErrors) {
   packtest::WriteText(dir / "none.pem", "nothing");
   EXPECT_THAT(packtest::ErrorOf([&dir] { (void)fwpack::PaddedRoot(dir / "none.pem"); }),
               HasSubstr("none.pem: holds no certificate"));
+}
+
+TEST(FwpackRoot, ThatIsRefusedComesWithARemedy) {
+  pki::CertSpec sha1 = RootSpec();
+  sha1.digest = "SHA1";
+  pki::CertSpec other_issuer = RootSpec();
+  other_issuer.issuer = pki::Cn("somebody else");
+  const std::pair<std::string, const char*> cases[] = {
+      {RootPem(RootSpec(4104)), "RSA key of 2048, 3072 or 4096"},
+      {RootPem(sha1), "SHA-256"},
+      {RootPem(other_issuer), "top of the chain"},
+      {pki::Pem("CERTIFICATE", RootOfSize(kLargestDer + 1).der), "shorten its name"},
+  };
+  for (const auto& [pem, remedy] : cases) EXPECT_THAT(CheckRootCertificate(pem).remedy, HasSubstr(remedy));
+  EXPECT_EQ(CheckRootCertificate(RootPem(RootSpec())).remedy, "");
+}
+
+TEST(FwpackRootCommand, DescribesTheRootAndTheRoomLeft) {
+  const ScratchDir dir;
+  pki::CertSpec spec = RootSpec(3072);
+  spec.serial = {0x01, 0xAB};
+  const std::string pem = RootPem(spec);
+  packtest::WriteText(dir / "root.pem", pem);
+  const std::size_t lines = static_cast<std::size_t>(std::count(pem.begin(), pem.end(), '\n'));
+  const std::size_t length = pem.size() + lines;  // each line ends with one character more
+  const ToolResult result = packtest::Fwpack({"root", dir / "root.pem"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  for (const std::string& expected :
+       {std::string("root.pem: can be the device's root\n"), std::string("root of root_test\n"),
+        std::string("01ab\n"), std::string("RSA, 3072 bits\n"),
+        std::to_string(length) + " of 1934 bytes, " + std::to_string(kDeviceLength - length) + " left\n"}) {
+    EXPECT_THAT(result.out, HasSubstr(expected));
+  }
+}
+
+TEST(FwpackRootCommand, RefusesWhatTheDevicesDecoderRefuses) {
+  const ScratchDir dir;
+  pki::CertSpec spec = RootSpec();
+  spec.subject.assign(11, {"OU", "x"});
+  packtest::WriteText(dir / "root.pem", RootPem(spec));
+  const ToolResult result = packtest::Fwpack({"root", dir / "root.pem", "--out", dir / "padded.pem"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_THAT(result.err, HasSubstr("root.pem: cannot be the device's root: its decoder answers LUMO_ERR_"));
+  EXPECT_EQ(packtest::NamesIn(dir.path()), std::vector<std::string>{"root.pem"});
+}
+
+TEST(FwpackRootCommand, NeverOverwritesAKey) {
+  const ScratchDir dir;
+  packtest::WriteText(dir / "root.key", packtest::ReadText(packtest::Pki("root.key")));
+  const ToolResult result = packtest::Fwpack({"root", packtest::Pki("root.pem"), "--out", dir / "root.key"});
+  EXPECT_EQ(result.status, 3);
+  EXPECT_THAT(result.err, HasSubstr("root.key: holds a private key"));
+  EXPECT_EQ(packtest::ReadText(dir / "root.key"), packtest::ReadText(packtest::Pki("root.key")));
 }

@@ -107,6 +107,7 @@ Revocation ParseRevocation(const std::string& text) {
 }
 
 void MakeCrlBundle(const CrlBundleOptions& options) {
+  RefuseToReplaceKey(options.out);
   BundleMaker maker(options);
   for (const Revocation& revocation : options.revocations) maker.Revoke(revocation);
   WriteFile(options.out, maker.Text());

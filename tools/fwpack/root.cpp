@@ -17,6 +17,7 @@ namespace fwpack {
 namespace {
 
 constexpr int kMaxKeyBits = 4096;
+constexpr int kModulusUnit = 8;
 constexpr long kVersion1 = 0;  // as OpenSSL reports it
 constexpr std::size_t kLineLength = 64;
 constexpr char kBegin[] = "-----BEGIN CERTIFICATE-----\r\n";
@@ -35,30 +36,52 @@ bool NamesAreIdentical(const X509* cert) {
          ToDer(X509_get_issuer_name(cert), i2d_X509_NAME, "encode a name");
 }
 
-std::string BrokenKeyRule(EVP_PKEY* key) {
+// A rule that a certificate breaks, and the way out.
+struct Fault {
+  std::string broken_rule{};
+  std::string remedy{};
+};
+
+constexpr char kRsaRemedy[] = "make a root with an RSA key of 2048, 3072 or 4096 bits";
+constexpr char kDigestRemedy[] = "have it signed again with SHA-256, as with openssl req -x509 -sha256";
+constexpr char kSelfSignedRemedy[] = "give the certificate at the top of the chain";
+
+Fault FaultOfKey(EVP_PKEY* key) {
   if (key == nullptr || EVP_PKEY_get_base_id(key) != EVP_PKEY_RSA) {
-    return "has no RSA key; the device knows no other kind";
+    return {"has no RSA key; the device knows no other kind", kRsaRemedy};
   }
   const int bits = EVP_PKEY_get_bits(key);
   if (bits > kMaxKeyBits) {
-    return "has a key of " + std::to_string(bits) + " bits; the device takes at most " +
-           std::to_string(kMaxKeyBits);
+    return {"has a key of " + std::to_string(bits) + " bits; the device takes at most " +
+                std::to_string(kMaxKeyBits),
+            kRsaRemedy};
   }
-  return "";
+  if ((bits + 7) / 8 % kModulusUnit != 0) {
+    return {"has a key of " + std::to_string(bits) +
+                " bits; on the device nothing verifies with a modulus whose bytes are no multiple of 8",
+            kRsaRemedy};
+  }
+  return {};
 }
 
-std::string BrokenRule(X509* cert) {
-  if (X509_get_version(cert) == kVersion1) return "is version 1; the device reads only later versions";
-  EVP_PKEY* key = X509_get0_pubkey(cert);
-  std::string broken = BrokenKeyRule(key);
-  if (!broken.empty()) return broken;
-  if (!NamesAreIdentical(cert)) return "is not self-signed: its issuer is not its subject";
-  if (!HasKnownSignature(cert)) {
-    return std::string("is signed with ") + OBJ_nid2sn(X509_get_signature_nid(cert)) +
-           "; the device knows RSA with SHA-256, SHA-384 and SHA-512";
+Fault FaultOf(X509* cert) {
+  if (X509_get_version(cert) == kVersion1) {
+    return {"is version 1; the device reads only later versions", "make it with extensions, as version 3"};
   }
-  if (X509_verify(cert, key) != 1) return "is not self-signed: its own key does not verify its signature";
-  return "";
+  EVP_PKEY* key = X509_get0_pubkey(cert);
+  if (Fault fault = FaultOfKey(key); !fault.broken_rule.empty()) return fault;
+  if (!NamesAreIdentical(cert)) {
+    return {"is not self-signed: its issuer is not its subject", kSelfSignedRemedy};
+  }
+  if (!HasKnownSignature(cert)) {
+    return {std::string("is signed with ") + OBJ_nid2sn(X509_get_signature_nid(cert)) +
+                "; the device knows RSA with SHA-256, SHA-384 and SHA-512",
+            kDigestRemedy};
+  }
+  if (X509_verify(cert, key) != 1) {
+    return {"is not self-signed: its own key does not verify its signature", kSelfSignedRemedy};
+  }
+  return {};
 }
 
 std::vector<std::string> BodyLines(const std::string& der) {
@@ -131,26 +154,31 @@ CertPtr Decode(const std::string& der) {
 
 RootCheck CheckRootCertificate(const std::string& pem) {
   const std::string der = OnlyCertificate(pem);
-  RootCheck check;
-  check.broken_rule = BrokenRule(Decode(der).get());
+  Fault fault = FaultOf(Decode(der).get());
   ERR_clear_error();
-  if (!check.broken_rule.empty()) return check;
+  if (!fault.broken_rule.empty()) {
+    return {.broken_rule = std::move(fault.broken_rule), .remedy = std::move(fault.remedy)};
+  }
 
   const std::vector<std::string> lines = BodyLines(der);
-  const std::size_t length = PemLength(lines);
-  if (length > kRootCertSize) {
-    check.broken_rule = "needs " + std::to_string(length) + " bytes as PEM; the device holds " +
+  RootCheck check;
+  check.pem_length = PemLength(lines);
+  if (check.pem_length > kRootCertSize) {
+    check.broken_rule = "needs " + std::to_string(check.pem_length) + " bytes as PEM; the device holds " +
                         std::to_string(kRootCertSize);
+    check.remedy = "shorten its name, leave out extensions or make the key smaller";
     return check;
   }
-  check.padded = Pad(lines, kRootCertSize - length);
+  check.padded = Pad(lines, kRootCertSize - check.pem_length);
   // What was padded must still be the same certificate to other readers.
-  if (EncodedCertificates(check.padded) != std::vector{der})
+  if (EncodedCertificates(check.padded) != std::vector{der}) {
     check.broken_rule = "is too short to be brought to the device's length";
+    check.remedy = "make the key larger";
+  }
   return check;
 }
 
-std::string PaddedRoot(const std::filesystem::path& file) {
+RootCheck LoadRoot(const std::filesystem::path& file) {
   const std::string pem = ReadSmallFile(file);
   RootCheck check;
   try {
@@ -158,11 +186,14 @@ std::string PaddedRoot(const std::filesystem::path& file) {
   } catch (const Error& error) {
     throw Error(file.string() + ": " + error.what());
   }
-  if (!check.broken_rule.empty()) {
-    throw Error(file.string() + ": cannot be the device's root: the certificate " + check.broken_rule,
-                kRefused);
-  }
-  return check.padded;
+  if (check.broken_rule.empty()) return check;
+  throw Error(file.string() + ": cannot be the device's root: the certificate " + check.broken_rule + "; " +
+                  check.remedy,
+              kRefused);
+}
+
+std::string PaddedRoot(const std::filesystem::path& file) {
+  return LoadRoot(file).padded;
 }
 
 }  // namespace fwpack

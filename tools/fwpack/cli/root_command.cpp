@@ -5,8 +5,13 @@
 #include <iostream>
 #include <memory>
 
+#include "app/root_cert.h"
+#include "tools/fwpack/error.h"
 #include "tools/fwpack/files.h"
+#include "tools/fwpack/pem_files.h"
+#include "tools/fwpack/pki.h"
 #include "tools/fwpack/root.h"
+#include "tools/fwpack/view/read_views.h"
 
 namespace fwpack {
 namespace {
@@ -16,13 +21,32 @@ struct RootOptions {
   std::filesystem::path out{};
 };
 
+// What the tool's own rules pass over, the device's decoder may still refuse.
+void RequireDecodedByDevice(const std::filesystem::path& file, const CertView& cert) {
+  if (cert.device_code == LUMO_OK) return;
+  throw Error(file.string() + ": cannot be the device's root: its decoder answers " +
+                  lumo_error_name(cert.device_code) + " (" + lumo_error_meaning(cert.device_code) +
+                  "); make a root with a simpler name and fewer extensions",
+              kRefused);
+}
+
+void Describe(const std::filesystem::path& file, const CertView& cert, std::size_t pem_length) {
+  std::cout << file.string() << ": can be the device's root\n"
+            << "subject:    " << cert.subject.text << "\n"
+            << "serial:     " << cert.serial.hex << "\n"
+            << "key:        RSA, " << cert.key_bits << " bits\n"
+            << "PEM length: " << pem_length << " of " << kRootCertSize << " bytes, "
+            << kRootCertSize - pem_length << " left\n";
+}
+
 void RunRoot(const RootOptions& options) {
-  const std::string padded = PaddedRoot(options.cert);
-  if (options.out.empty()) {
-    std::cout << options.cert.string() << ": can be the device's root\n";
-    return;
-  }
-  WriteFile(options.out, padded);
+  const RootCheck check = LoadRoot(options.cert);
+  const CertPtr cert = LoadCert(options.cert);
+  const CertView view = ViewCert(ToDer(cert.get(), i2d_X509, "encode a certificate"));
+  RequireDecodedByDevice(options.cert, view);
+  if (options.out.empty()) return Describe(options.cert, view, check.pem_length);
+  RefuseToReplaceKey(options.out);
+  WriteFile(options.out, check.padded);
 }
 
 }  // namespace
