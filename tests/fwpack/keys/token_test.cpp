@@ -179,3 +179,48 @@ TEST_F(Token, WithoutProviderAndEngineIsRefusedWithARemedy) {
   ASSERT_EQ(unsetenv("OPENSSL_ENGINES"), 0);
   ASSERT_EQ(unsetenv("OPENSSL_MODULES"), 0);
 }
+
+// The program, from command line to end: the token signs, and the device accepts what it signed.
+TEST_F(Token, SignsAPackageThatTheDeviceAccepts) {
+  const std::string package = dir_ / "package";
+  const std::vector<std::string> arguments = {"sign",
+                                              "--content",
+                                              File("content", "software"),
+                                              "--out",
+                                              package,
+                                              "--signer-key",
+                                              kKeyUri,
+                                              "--passphrase-file",
+                                              File("pin", std::string(kPin) + "\n"),
+                                              "--ca",
+                                              Pki("issuing-ca.pem"),
+                                              "--ca",
+                                              Pki("tsa-ca.pem"),
+                                              "--tsa-cert",
+                                              Pki("tsa.pem"),
+                                              "--tsa-key",
+                                              Pki("tsa.key"),
+                                              "--crl",
+                                              Pki("bundle.pem"),
+                                              "--root",
+                                              Pki("root.pem"),
+                                              "--timestamp-time",
+                                              packtest::kTime};
+  const ToolResult result = packtest::Fwpack(arguments);
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.out + result.err, "");
+  packtest::Device device(packtest::ReadText(Pki("root.pem")));
+  EXPECT_EQ(device.Verify(packtest::Split(package)), 0U);
+}
+
+TEST_F(Token, WithAWrongPinEndsTheProgramWithStatus3AndNoPackage) {
+  const std::string package = dir_ / "package";
+  const ToolResult result =
+      packtest::Fwpack({"sign", "--content", File("content", "software"), "--out", package, "--signer-key",
+                        kKeyUri, "--passphrase-file", File("pin", "44444444"), "--tsa-cert", Pki("tsa.pem"),
+                        "--tsa-key", Pki("tsa.key"), "--crl", Pki("bundle.pem"), "--root", Pki("root.pem"),
+                        "--timestamp-time", packtest::kTime});
+  EXPECT_EQ(result.status, 3);
+  EXPECT_THAT(result.err, AllOf(HasSubstr("PIN incorrect"), Not(HasSubstr("4444"))));
+  EXPECT_FALSE(std::filesystem::exists(package));
+}
