@@ -71,6 +71,9 @@ std::optional<BlockFault> Judge(std::FILE* file, std::uint32_t size, const Block
   return std::nullopt;
 }
 
+// Far above what a device can use; what is longer is refused all the same and not worth a second copy.
+constexpr unsigned int kMaxPayload = 16U << 20U;
+
 std::string TextOf(const TrailerBlock& block) {
   return {block.payload.get(), block.payload.get() + block.length};
 }
@@ -108,6 +111,7 @@ std::optional<PackagePayloads> ReadPayloads(const std::filesystem::path& package
       !ReadTrailerBlock(file.get(), size, crl.start, &signature)) {
     return std::nullopt;
   }
+  if (crl.length > kMaxPayload || signature.length > kMaxPayload) return std::nullopt;
   return PackagePayloads{.crl = TextOf(crl), .signature = TextOf(signature)};
 }
 

@@ -25,7 +25,8 @@ struct PackagePayloads {
   std::string signature{};
 };
 
-/// The payloads of both blocks, read by the device's own code; none when it cannot read them. To be called in
+/// The payloads of both blocks, read by the device's own code; none when it cannot read them or
+/// one has more than 16 MiB. To be called in
 /// a process of its own: a length in the file may ask for as much memory as the file is long.
 std::optional<PackagePayloads> ReadPayloads(const std::filesystem::path& package);
 

@@ -1,5 +1,6 @@
 #include "tools/fwpack/device/isolated.h"
 
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -26,6 +27,9 @@ using FilePtr = std::unique_ptr<std::FILE, CloseFile>;
 [[noreturn]] void RunChild(const std::function<int()>& work, int output) {
   constexpr int kNoOutput = 127;
   if (dup2(output, STDOUT_FILENO) < 0) _exit(kNoOutput);
+  // A crash is told by its signal; nobody asked for a core file.
+  const rlimit none{0, 0};
+  (void)setrlimit(RLIMIT_CORE, &none);
   const int status = work();
   (void)std::fflush(stdout);
   _exit(status);
