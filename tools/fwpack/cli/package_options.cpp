@@ -19,6 +19,7 @@ namespace {
 
 std::vector<X509*> Borrow(const std::vector<CertPtr>& certs) {
   std::vector<X509*> borrowed;
+  borrowed.reserve(certs.size());
   for (const CertPtr& cert : certs) borrowed.push_back(cert.get());
   return borrowed;
 }
