@@ -42,15 +42,25 @@ std::string ValueSpec(const OptionInfo& option) {
   return ":" + Escaped(message) + ":" + action;
 }
 
+std::string OptionSpec(const OptionInfo& option, const std::string& name, const std::string& excluded) {
+  std::string spec = option.repeatable ? "*" : "(" + excluded + ")";
+  spec += name;
+  if (!option.value.empty() && name.starts_with("--")) spec += "=";
+  spec += "[" + Escaped(option.description) + "]";
+  if (!option.value.empty()) spec += ValueSpec(option);
+  return spec;
+}
+
 std::string OptionSpecs(const OptionInfo& option) {
   std::string all;
-  for (const std::string& name : option.names) all += (all.empty() ? "" : " ") + name;
+  for (const std::string& name : option.names) {
+    if (!all.empty()) all += " ";
+    all += name;
+  }
   std::string text;
   for (const std::string& name : option.names) {
-    const bool takes_equal_sign = !option.value.empty() && name.starts_with("--");
-    text += " \\\n    " +
-            Quoted((option.repeatable ? "*" : "(" + all + ")") + name + (takes_equal_sign ? "=" : "") + "[" +
-                   Escaped(option.description) + "]" + (option.value.empty() ? "" : ValueSpec(option)));
+    text += " \\\n    ";
+    text += Quoted(OptionSpec(option, name, all));
   }
   return text;
 }
