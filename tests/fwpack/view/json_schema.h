@@ -1,0 +1,13 @@
+#ifndef FWVET_TESTS_FWPACK_VIEW_JSON_SCHEMA_H
+#define FWVET_TESTS_FWPACK_VIEW_JSON_SCHEMA_H
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+/// The places in `document` that do not fit `schema`, and why; empty when it fits. Knows the keywords type,
+/// const, enum, pattern, minimum, maximum, properties, required, additionalProperties: false, items, $ref to
+/// #/$defs, oneOf, anyOf and not; throws std::invalid_argument for any other that could demand something.
+std::vector<std::string> SchemaFaults(const nlohmann::json& schema, const nlohmann::json& document);
+
+#endif
