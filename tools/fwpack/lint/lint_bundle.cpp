@@ -1,0 +1,97 @@
+#include "tools/fwpack/lint/lint_bundle.h"
+
+#include <algorithm>
+
+#include "app/device_state.h"
+
+namespace fwpack::lint {
+namespace {
+
+constexpr char kBundle[] = "the bundle";
+
+// Those that the device decodes.
+template <class Views>
+std::size_t Decodable(const Views& views) {
+  return static_cast<std::size_t>(std::count_if(
+      views.begin(), views.end(), [](const auto& view) { return view.device_code == LUMO_OK; }));
+}
+
+std::optional<LUMO_CRL_PERIOD_STAT> Comparison(const Scene& scene) {
+  const auto& offered = scene.input.package.bundle;
+  const auto& stored = scene.input.device_crl;
+  if (!offered || !stored || stored->bytes.empty()) return std::nullopt;
+  return DeviceBundle(scene.input.root, offered->bytes)
+      .CompareWith(DeviceBundle(scene.input.root, stored->bytes));
+}
+
+}  // namespace
+
+void BundleRefused(const Scene& scene, Report& report) {
+  if (scene.input.package.bundle && scene.store.bundle_code() != LUMO_OK)
+    report.Add(kBundle, lumo_error_name(scene.store.bundle_code()));
+}
+
+void NoCrl(const Scene& scene, Report& report) {
+  const auto& bundle = scene.input.package.bundle;
+  if (bundle && Decodable(bundle->crls) == 0) report.Add(kBundle);
+}
+
+void TooManyCrls(const Scene& scene, Report& report) {
+  const auto& bundle = scene.input.package.bundle;
+  if (!bundle) return;
+  const std::size_t crls = Decodable(bundle->crls);
+  const std::size_t certs = Decodable(bundle->certs);
+  if (crls > kListCapacity) report.Add(kBundle, Above(crls, "CRLs", kListCapacity));
+  if (certs > kListCapacity) report.Add(kBundle, Above(certs, "certificates", kListCapacity));
+}
+
+void BundleTooLong(const Scene& scene, Report& report) {
+  const auto& bundle = scene.input.package.bundle;
+  if (bundle && bundle->bytes.size() > kDeviceCrlRoom)
+    report.Add(kBundle, Above(bundle->bytes.size(), "bytes", kDeviceCrlRoom));
+}
+
+void NoCertificate(const Scene& scene, Report& report) {
+  const auto& bundle = scene.input.package.bundle;
+  if (bundle && scene.store.bundle_code() == LUMO_OK && Decodable(bundle->certs) == 0) report.Add(kBundle);
+}
+
+void CrlNotValid(const Scene& scene, Report& report) {
+  const auto& bundle = scene.input.package.bundle;
+  if (!bundle) return;
+  const DeviceBundle summary(scene.input.root, bundle->bytes);
+  if (summary.info() == nullptr) return;
+  std::size_t slot = 0;
+  for (const CrlView& crl : bundle->crls) {
+    if (crl.device_code != LUMO_OK || slot >= kListCapacity) continue;
+    const LUMO_CRL_INFO* info = summary.info()->crl_info_list[slot++];
+    if (info != nullptr && info->valid != 1) report.Add(WhereOf(crl));
+  }
+}
+
+void DuplicateIssuer(const Scene& scene, Report& report) {
+  for (std::size_t i = 0; i < scene.crls.size(); ++i) {
+    for (std::size_t j = 0; j < i; ++j) {
+      const CrlView& crl = *scene.crls[i];
+      const CrlView& other = *scene.crls[j];
+      const bool both_count = crl.device_code == LUMO_OK && other.device_code == LUMO_OK;
+      if (both_count && crl.issuer.der == other.issuer.der) report.Add(WhereOf(crl), "and " + WhereOf(other));
+    }
+  }
+}
+
+void IgnoredPart(const Scene& scene, Report& report) {
+  const auto& bundle = scene.input.package.bundle;
+  if (!bundle || scene.store.bundle_code() != LUMO_OK) return;
+  for (const Stop& stop : bundle->stops) report.Add("offset " + std::to_string(stop.offset), stop.reason);
+}
+
+void DeviceCrlMixed(const Scene& scene, Report& report) {
+  if (Comparison(scene) == SCPS_MIX) report.Add(kBundle);
+}
+
+void DeviceCrlNewer(const Scene& scene, Report& report) {
+  if (Comparison(scene) == SCPS_OLD) report.Add(kBundle);
+}
+
+}  // namespace fwpack::lint

@@ -1,0 +1,71 @@
+#include "tools/fwpack/lint/scene.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+namespace fwpack {
+namespace {
+
+// The octets of the TBSCertificate lie in the certificate's own.
+bool IsViewOf(const CertView& view, const LUMO_X509_CERT& cert) {
+  const std::string_view signed_part(reinterpret_cast<const char*>(cert.raw_signed.octs),
+                                     cert.raw_signed.len);
+  return view.x509 != nullptr && view.der.find(signed_part) != std::string::npos;
+}
+
+std::string TimeOr(const std::optional<UtcTime>& time) {
+  return time ? FormatUtcTime(*time) : "none";
+}
+
+}  // namespace
+
+Scene::Scene(const LintInput& the_input) : input(the_input), store(the_input) {
+  const PackageView& package = input.package;
+  if (package.signature) messages.emplace_back(&*package.signature, "the signature");
+  if (package.token) messages.emplace_back(&package.token->message, "the time-stamp");
+  for (const auto& [message, place] : messages) {
+    for (const CertView& cert : message->certs) certs.push_back({.cert = cert, .place = place});
+  }
+  if (package.token && !package.token->stop) stamped = package.token->time.device;
+  if (!package.bundle) return;
+  for (const CertView& cert : package.bundle->certs) certs.push_back({.cert = cert, .place = "the bundle"});
+  for (const CrlView& crl : package.bundle->crls) crls.push_back(&crl);
+}
+
+const CertView* Scene::ViewOf(const LUMO_X509_CERT& cert) const {
+  if (IsViewOf(input.root, cert)) return &input.root;
+  const auto found = std::find_if(certs.begin(), certs.end(),
+                                  [&cert](const PlacedCert& placed) { return IsViewOf(placed.cert, cert); });
+  return found == certs.end() ? nullptr : &found->cert;
+}
+
+std::string WhereOf(const CertView& cert) {
+  if (cert.x509 == nullptr) return "certificate at offset " + std::to_string(cert.offset);
+  return "certificate '" + cert.subject.text + "' (serial " + cert.serial.hex + ")";
+}
+
+std::string WhereOf(const PlacedCert& placed) {
+  return WhereOf(placed.cert) + " in " + placed.place;
+}
+
+std::string WhereOf(const CrlView& crl) {
+  if (crl.x509 == nullptr) return "CRL at offset " + std::to_string(crl.offset);
+  return "CRL of '" + crl.issuer.text + "' (this update " + TimeOr(crl.this_update.meant) + ")";
+}
+
+std::string Above(std::size_t count, const char* what, std::size_t most) {
+  return std::to_string(count) + " " + what + ", at most " + std::to_string(most);
+}
+
+bool IsDeviceDigest(const std::string& algorithm) {
+  constexpr std::array<std::string_view, 6> kKnown{"sha256",
+                                                   "sha384",
+                                                   "sha512",
+                                                   "sha256WithRSAEncryption",
+                                                   "sha384WithRSAEncryption",
+                                                   "sha512WithRSAEncryption"};
+  return std::find(kKnown.begin(), kKnown.end(), algorithm) != kKnown.end();
+}
+
+}  // namespace fwpack

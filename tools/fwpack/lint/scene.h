@@ -1,0 +1,62 @@
+#ifndef FWVET_TOOLS_FWPACK_LINT_SCENE_H
+#define FWVET_TOOLS_FWPACK_LINT_SCENE_H
+
+#include <string>
+#include <vector>
+
+#include "tools/fwpack/lint/device_store.h"
+#include "tools/fwpack/lint/lint.h"
+
+namespace fwpack {
+
+/// A certificate of the package and the part that it lies in: "the signature", "the time-stamp", "the
+/// bundle".
+struct PlacedCert {
+  const CertView& cert;
+  const char* place;
+};
+
+/// What the rules look at, put in order: each certificate and CRL of the package once for each place.
+struct Scene {
+  explicit Scene(const LintInput& the_input);
+
+  const LintInput& input;
+  DeviceStore store;
+  std::vector<PlacedCert> certs{};     // of the package
+  std::vector<const CrlView*> crls{};  // of the package's bundle
+  /// Signature and token, those that are there, with what they are called.
+  std::vector<std::pair<const MessageView*, const char*>> messages{};
+  std::optional<UtcTime> stamped{};  // as the device reads it
+
+  /// The view of a certificate of the store; null when there is none, as for one that only the device reads.
+  [[nodiscard]] const CertView* ViewOf(const LUMO_X509_CERT& cert) const;
+};
+
+/// Takes what a rule finds.
+class Report {
+ public:
+  Report(const LintRule& rule, std::vector<Finding>* findings) : rule_(rule), findings_(findings) {}
+  void Add(std::string where, std::string detail = {}) {
+    findings_->push_back({.rule = &rule_, .where = std::move(where), .detail = std::move(detail)});
+  }
+
+ private:
+  const LintRule& rule_;
+  std::vector<Finding>* findings_;
+};
+
+/// "certificate 'CN = Signer' (serial 0a1b)", with " in the signature" for a placed one.
+std::string WhereOf(const CertView& cert);
+std::string WhereOf(const PlacedCert& placed);
+/// "CRL of 'CN = CA' (this update 2024-05-01T00:00:00Z)".
+std::string WhereOf(const CrlView& crl);
+
+/// "21 entries, at most 20".
+std::string Above(std::size_t count, const char* what, std::size_t most);
+
+/// Whether the device knows the digest of this algorithm, by OpenSSL's long name.
+bool IsDeviceDigest(const std::string& algorithm);
+
+}  // namespace fwpack
+
+#endif
