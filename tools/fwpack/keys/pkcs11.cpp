@@ -24,7 +24,9 @@ class TokenObject {
     if (uri_.pin && !pin.file && !pin.variable) reader_.Preset(*uri_.pin, "the pin-value");
   }
   ~TokenObject() {
-    if (uri_.pin) OPENSSL_cleanse(uri_.pin->data(), uri_.pin->size());
+    if (!uri_.pin) return;
+    std::string& pin = *uri_.pin;
+    OPENSSL_cleanse(pin.data(), pin.size());
   }
   TokenObject(const TokenObject&) = delete;
   TokenObject& operator=(const TokenObject&) = delete;
