@@ -83,7 +83,7 @@ Cases ChangedCases() {
   const std::size_t content = PackagePlan{}.content.size();
   // The blocks get most of the places; every byte of both tails stands in the table of lies and spreads
   // below.
-  for (const std::size_t at : Spread(package.size(), 100)) {
+  for (const std::size_t at : Spread(package.size(), 60)) {
     cases.push_back({.name = "byte " + std::to_string(at), .package = Changed(package, at, 0x01)});
   }
   for (std::size_t at = 0; at < content; ++at) {

@@ -7,6 +7,7 @@
 #include "app/fwvet_messages.h"
 #include "tools/fwpack/check/device_messages.h"
 #include "tools/fwpack/check/diagnosis.h"
+#include "tools/fwpack/check/findings.h"
 #include "tools/fwpack/error.h"
 #include "tools/fwpack/files.h"
 #include "tools/fwpack/root.h"
@@ -94,6 +95,7 @@ CheckResult CheckPackage(const CheckOptions& options) {
   if (!result.accepted) {
     result.reasons = FindReasons({after, options.package, result.run.process, result.crl_before});
   }
+  result.findings = FindingsOf(options.package, setup.root, result.crl_before);
   return result;
 }
 

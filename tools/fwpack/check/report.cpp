@@ -31,6 +31,13 @@ std::string ReasonLines(const Reason& reason) {
   return text + Line("  to do: " + reason.remedy);
 }
 
+std::string FindingLines(const Finding& finding) {
+  std::string text = Line(std::string(SeverityName(finding.rule->severity)) + ": " + finding.rule->id);
+  text += Line("  where: " + finding.where + (finding.detail.empty() ? "" : ": " + finding.detail));
+  text += Line(std::string("  why: ") + finding.rule->explanation);
+  return text + Line(std::string("  to do: ") + finding.rule->remedy);
+}
+
 std::string StoredText(const CheckResult& result) {
   return std::to_string(result.crl_after ? result.crl_after->size() : 0) + " bytes";
 }
@@ -85,6 +92,7 @@ const char* BackupName(Backup backup) {
 std::string CheckText(const CheckOptions& options, const CheckResult& result) {
   std::string text = VerdictLine(options, result) + DeviceLines(result.run.process);
   for (const Reason& reason : result.reasons) text += ReasonLines(reason);
+  for (const Finding& finding : result.findings) text += FindingLines(finding);
   return text + BackupLine(result);
 }
 

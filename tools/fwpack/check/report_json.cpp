@@ -44,6 +44,15 @@ Json ToJson(const Reason& reason) {
           {"remedy", reason.remedy}};
 }
 
+Json ToJson(const Finding& finding) {
+  return {{"id", finding.rule->id},
+          {"severity", SeverityName(finding.rule->severity)},
+          {"where", finding.where},
+          {"detail", finding.detail},
+          {"explanation", finding.rule->explanation},
+          {"remedy", finding.rule->remedy}};
+}
+
 Json BundleJson(const std::optional<std::string>& crl) {
   return crl ? Json(crl->size()) : Json(nullptr);
 }
@@ -72,7 +81,7 @@ std::string CheckJson(const CheckOptions& options, const CheckResult& result) {
   document["exitStatus"] = ExitStatusOf(result);
   document["device"] = ToJson(result.run.process);
   document["reasons"] = ListJson(result.reasons);
-  document["findings"] = Json::array();
+  document["findings"] = ListJson(result.findings);
   document["backup"] = BackupJson(result);
   return Text(document);
 }

@@ -1,0 +1,29 @@
+#include "tools/fwpack/check/findings.h"
+
+#include <openssl/pem.h>
+
+#include "tools/fwpack/pem_files.h"
+#include "tools/fwpack/view/read_views.h"
+
+namespace fwpack {
+namespace {
+
+std::string DerOfPem(const std::string& pem) {
+  const BioPtr stream = ReadFrom(pem);
+  const CertPtr cert(PEM_read_bio_X509(stream.get(), nullptr, nullptr, nullptr));
+  RequireOpenSsl(cert != nullptr, "the root certificate cannot be read");
+  return ToDer(cert.get(), i2d_X509, "the root certificate cannot be encoded");
+}
+
+}  // namespace
+
+std::vector<Finding> FindingsOf(const std::filesystem::path& package, const std::string& root,
+                                const std::optional<std::string>& device_crl) {
+  const PackageView view = ViewPackage(package);
+  const CertView root_view = ViewCert(DerOfPem(root));
+  std::optional<BundleView> stored;
+  if (device_crl) stored = ViewBundle(*device_crl);
+  return Lint({.package = view, .root = root_view, .device_crl = stored});
+}
+
+}  // namespace fwpack

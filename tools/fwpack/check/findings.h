@@ -1,0 +1,20 @@
+#ifndef FWVET_TOOLS_FWPACK_CHECK_FINDINGS_H
+#define FWVET_TOOLS_FWPACK_CHECK_FINDINGS_H
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/fwpack/lint/lint.h"
+
+namespace fwpack {
+
+/// What lint finds in a package for a device with this padded root and, perhaps, this CRL bundle stored.
+/// Throws Error when the package cannot be read.
+std::vector<Finding> FindingsOf(const std::filesystem::path& package, const std::string& root,
+                                const std::optional<std::string>& device_crl);
+
+}  // namespace fwpack
+
+#endif
