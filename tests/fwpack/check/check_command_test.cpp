@@ -123,6 +123,19 @@ TEST_F(CheckCommand, PrintsWhatIsStoredAsJson) {
   EXPECT_EQ(document["device"]["output"], json::array({"Info: Backup Crl File Success\\r"}));
 }
 
+TEST_F(CheckCommand, WarnsOfWhatLintFinds) {
+  const std::string path = Save(Maker().Package({.crl = {.padding = 32768}}));
+  const json document = RunJson(path, 1);
+  EXPECT_EQ(document["verdict"], "accepted");
+  ASSERT_FALSE(document["findings"].empty());
+  const json& finding = document["findings"][0];
+  const ToolResult text = Run(path);
+  EXPECT_EQ(text.status, 1);
+  EXPECT_THAT(text.out, HasSubstr("\n" + finding["severity"].get<std::string>() + ": " +
+                                  finding["id"].get<std::string>() + "\n  where: "));
+  EXPECT_THAT(text.out, HasSubstr("\n  to do: " + finding["remedy"].get<std::string>() + "\n"));
+}
+
 TEST_F(CheckCommand, PrintsAFailureAsJsonToo) {
   const ToolResult result = Run(files_.path("none"), {"--json"});
   EXPECT_EQ(result.status, 3);
