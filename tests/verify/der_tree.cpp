@@ -10,11 +10,20 @@ constexpr std::uint8_t kConstructed = 0x20;
 constexpr std::uint8_t kBitString = 0x03;
 constexpr std::uint8_t kOctetString = 0x04;
 
-// Whether the octets of a string are elements themselves. Random octets seldom are, and then no harm is done.
+// Throws std::invalid_argument unless the octets are elements all the way down.
+void TakeApart(const Bytes& octets) {
+  for (const Bytes& element : der::Children(octets)) {
+    if ((element[0] & kConstructed) != 0) TakeApart(der::ContentOf(element));
+  }
+}
+
+// Whether the octets of a string are elements themselves. Random octets, as of signatures, seldom are, and
+// then no harm is done.
 bool HoldsElements(const Bytes& octets) {
   if (octets.size() < 3) return false;
   try {
-    return !der::Children(octets).empty();
+    TakeApart(octets);
+    return true;
   } catch (const std::invalid_argument&) {
     return false;
   }

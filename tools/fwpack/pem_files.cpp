@@ -158,8 +158,9 @@ std::string KeyToPem(EVP_PKEY* key) {
 
 std::string SubjectText(const X509* cert) {
   const BioPtr memory = NewMemory();
-  constexpr unsigned long kOneLine = XN_FLAG_ONELINE & ~ASN1_STRFLGS_ESC_MSB;
-  if (X509_NAME_print_ex(memory.get(), X509_get_subject_name(cert), 0, kOneLine) < 0) return "(unreadable)";
+  if (X509_NAME_print_ex(memory.get(), X509_get_subject_name(cert), 0, XN_FLAG_ONELINE) < 0) {
+    return "(unreadable)";
+  }
   return TakeMemory(memory.get());
 }
 

@@ -33,7 +33,7 @@ std::string CertToPem(X509* cert);
 std::string CrlToPem(X509_CRL* crl);
 std::string KeyToPem(EVP_PKEY* key);
 
-/// What messages call a certificate: its subject as one line.
+/// What messages call a certificate: its subject as one line of printable ASCII, all else escaped.
 std::string SubjectText(const X509* cert);
 
 /// A stream over `bytes`, which must outlive it.

@@ -4,15 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <set>
 
 #include "tests/fwpack/check/check_fixture.h"
 #include "tests/support/flash_model.h"
 #include "tools/fwpack/check/device_messages.h"
-#include "tools/fwpack/check/remedies.h"
 #include "tools/fwpack/error.h"
-#include "tools/fwpack/visible.h"
-#include "verify/lumo_errors.h"
 
 namespace {
 
@@ -230,56 +226,6 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(DeviceMessages, TellTheCodeOfAPassedOverDeviceCrl) {
   EXPECT_EQ(fwpack::DeviceCrlFailure("\r\nAdd Device-CRL[1] file failed.(88200102)\r\n"), 0x88200102U);
   EXPECT_EQ(fwpack::DeviceCrlFailure("\r\nAdd CRL file failed.(88200102)\r\n"), std::nullopt);
-}
-
-TEST(Remedies, AreThereForEveryCodeThatAPackageCanProvoke) {
-  // Codes of callers that misuse the library, of files that the device does not use, and of comparisons that
-  // refuse nothing.
-  const std::set<LUMO_ERROR_CODE> never{
-      LUMO_OK,
-      LUMO_ERR_SYS_MEMSET,
-      LUMO_ERR_FILE_OPEN,
-      LUMO_ERR_FILE_READ,
-      LUMO_ERR_FILE_EMPTY,
-      LUMO_ERR_FILE_CLOSE,
-      LUMO_ERR_FILE_TOO_LARGE,
-      LUMO_ERR_PARAM_SIZE,
-      LUMO_ERR_CALLBACK_MISSING,
-      LUMO_ERR_CERT_DUPLICATE,
-      LUMO_ERR_NAME_CONVERT,
-      LUMO_ERR_CERT_INVALID,
-      LUMO_ERR_CRL_FROZEN,
-      LUMO_ERR_CRL_BUNDLE_EMPTY,
-      LUMO_ERR_CRL_INFO_INVALID,
-      LUMO_ERR_CRL_DUPLICATE,
-      LUMO_ERR_CRL_BUNDLE_DECODE,
-      LUMO_ERR_CRL_ISSUER_DUPLICATE,
-      LUMO_ERR_CRL_MIXED,
-      LUMO_ERR_DIGEST_CONFLICT,
-      LUMO_ERR_NO_SIGNED_DATA,
-  };
-  std::set<LUMO_ERROR_CODE> with_remedy;
-  for (const fwpack::Remedy& remedy : fwpack::Remedies()) {
-    EXPECT_TRUE(with_remedy.insert(remedy.code).second) << lumo_error_name(remedy.code);
-    EXPECT_EQ(std::string(remedy.text).find('\n'), std::string::npos);
-    EXPECT_STREQ(fwpack::RemedyFor(remedy.code), remedy.text);
-  }
-  for (const LUMO_ERROR_ROW& row : kLumoErrors) {
-    EXPECT_NE(with_remedy.count(row.code), never.count(row.code)) << row.name;
-  }
-}
-
-TEST(Visible, ShowsEveryByteAsPrintableAscii) {
-  EXPECT_EQ(fwpack::Visible("a b~"), "a b~");
-  EXPECT_EQ(fwpack::Visible("\r\n\t\\"), "\\r\\n\\t\\\\");
-  EXPECT_EQ(fwpack::Visible(std::string("\0\x1b\x7f\x80\xff", 5)), "\\x00\\x1b\\x7f\\x80\\xff");
-}
-
-TEST(Visible, SplitsLines) {
-  using testing::ElementsAre;
-  EXPECT_THAT(fwpack::VisibleLines(""), ElementsAre());
-  EXPECT_THAT(fwpack::VisibleLines("\r\nError!\r\n"), ElementsAre("\\r", "Error!\\r"));
-  EXPECT_THAT(fwpack::VisibleLines("\n\nx"), ElementsAre("", "", "x"));
 }
 
 }  // namespace

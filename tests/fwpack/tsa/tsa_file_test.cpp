@@ -79,7 +79,7 @@ TEST_F(FwpackTimeStampFile, TellsTheWordsOfARefusalWithoutTheirControlCharacters
   const std::string list = std::string("\x30") + static_cast<char>(utf8.size()) + utf8;
   const std::string status = std::string("\x30") + static_cast<char>(3 + list.size()) + "\x02\x01\x02" + list;
   Write(std::string("\x30") + static_cast<char>(status.size()) + status);
-  EXPECT_THAT(ErrorOf([this] { (void)Load(); }), HasSubstr("refuses: rejection, '?[2Jno'"));
+  EXPECT_THAT(ErrorOf([this] { (void)Load(); }), HasSubstr("refuses: rejection, '\\x1b[2Jno'"));
 }
 
 TEST_F(FwpackTimeStampFile, MustCoverTheSignature) {

@@ -6,8 +6,8 @@
 
 namespace fwpack {
 
-/// Text of a server as messages show it: at most 200 bytes, "?" for all but printable ASCII, so that no
-/// server can speak to a terminal.
+/// Text of a server as messages show it: its first 200 bytes, made visible, so that no server can flood a
+/// terminal or speak to it.
 std::string ShownText(std::string_view text);
 
 }  // namespace fwpack
