@@ -127,6 +127,19 @@ Sample ValidFrom(pki::Time from, pki::Time stamp) {
   return Of({.signer = SignerFrom(spec), .time = stamp});
 }
 
+// The CA's first certificate has ended; its second one, with another key, issues the CRLs.
+Sample AfterRollOver() {
+  pki::CertSpec first = pki::CaSpec("issuing-ca", {2});
+  first.not_after = Utc(2024, 5, 1);
+  pki::CertSpec second = pki::CaSpec("issuing-ca", {22});
+  second.key = pki::KeyNamed("second-ca");
+  const Cert old_ca = CaFrom(first);
+  const Cert new_ca = pki::Issue(Maker().root, second);
+  return Of({.certs = {{Maker().signer, old_ca}},
+             .crls = {pki::MakeCrl(Maker().root, {}), pki::MakeCrl(new_ca, {})},
+             .bundle_certs = {old_ca, new_ca}});
+}
+
 }  // namespace
 
 std::vector<Case> BrokenCerts() {
@@ -186,6 +199,7 @@ std::vector<Case> NearMisses() {
       [] { return ValidFrom(Utc(2024, 6, 1, 12, 0, 9), Utc(2024, 6, 1, 12, 0, 19)); });
   add("ValidFromTheStampOn", "chain-outside-validity",
       [] { return ValidFrom(Utc(2024, 6, 1, 12), Utc(2024, 6, 1, 12)); });
+  add("EndedCaAfterRollOver", "chain-outside-validity", AfterRollOver);
   add("Sha512", "message-unsupported-digest", [] { return Of({.digest = "SHA512"}); });
   const auto entries = [](std::size_t count) {
     const std::vector<pki::Revoked> revoked(count, {.serial = {9}, .date = Utc(2024, 4, 1)});

@@ -188,12 +188,21 @@ TEST(Lint, NamesWhatBreaksTheRuleAndItsFigures) {
   std::vector<std::string> lines;
   for (const Case& each : linttest::BrokenCrls()) {
     if (each.rule != "crl-too-many-entries") continue;
-    for (const Finding& finding : Look(each.sample()).findings()) {
+    const Look look(each.sample());
+    for (const Finding& finding : look.findings()) {
       if (finding.rule->id == each.rule) lines.push_back(finding.where + ": " + finding.detail);
     }
   }
   EXPECT_THAT(lines, testing::ElementsAre("CRL of 'CN = issuing-ca' (this update 2024-05-01T00:00:00Z): "
                                           "21 entries, at most 20"));
+}
+
+TEST(Lint, TellsABoundedNumberOfFindings) {
+  std::vector<Bytes> crls(300, pki::MakeCrl(linttest::Maker().ca, {}));
+  const Look look(linttest::Of({.crls = crls}));
+  const auto rules = look.Rules();
+  EXPECT_EQ(std::count(rules.begin(), rules.end(), "bundle-duplicate-issuer"), 32);
+  EXPECT_THAT(rules, testing::Contains("bundle-too-many-crls"));
 }
 
 TEST(Lint, NeverThrowsForDamagedPackages) {

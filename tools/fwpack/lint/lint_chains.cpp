@@ -1,8 +1,10 @@
 #include "tools/fwpack/lint/lint_chains.h"
 
+#include <algorithm>
 #include <string_view>
 
 #include "verify/asn1/lumo_asn1_def.h"
+#include "verify/lumo_pki.h"
 #include "verify/lumo_revocation.h"
 
 namespace fwpack::lint {
@@ -27,11 +29,57 @@ void ForEachLeaf(const Scene& scene, Look look) {
   }
 }
 
-bool HasCrl(const Scene& scene, LUMO_X509_CERT* cert, const LUMO_X509_CERT* root) {
+/// A certificate that the device judges on its way, and whether a CRL speaks for it.
+struct Judged {
+  LUMO_X509_CERT* cert;
+  bool has_crl;
+};
+
+// The CRL by which the device judges a certificate: the best one whose issuer is valid, else the best one.
+// Null when there is none.
+const LUMO_X509_CRL* ChosenCrl(LUMO_VRF* vrf, const ScoredCrls& candidates, TEV_BOOL is_stamp) {
+  for (TEV_UINT32 i = 0; i < candidates.list.num(); ++i) {
+    const LUMO_X509_CRL* crl = candidates.list.at(i)->pCrl;
+    TEV_BOOL valid = 0;
+    if (lumo_pki_verify_cert(vrf, crl->pIssuer, 1, is_stamp, &valid) == LUMO_OK) return crl;
+  }
+  return candidates.list.num() == 0 ? nullptr : candidates.list.at(0)->pCrl;
+}
+
+// The certificates that the device judges for a chain that ends in a root, none twice: the leaf, the issuer
+// of the CRL that speaks for it, and so on; behind an indirect CRL the certificate's own issuer, too.
+std::vector<Judged> JudgedOf(const Scene& scene, const Chain& chain) {
   LUMO_VRF* vrf = scene.store.vrf();
   vrf->base_time = *scene.stamped;
-  ScoredCrls candidates(vrf);
-  return _tevGetScoredCrl(vrf, cert, root, &candidates) == LUMO_OK && candidates.list.num() != 0;
+  const TEV_BOOL is_stamp = WantedPurpose(chain) == LUMO_EXKU_TIME_STAMPING ? 1 : 0;
+  std::vector<Judged> judged{{.cert = chain.certs.front(), .has_crl = true}};
+  const auto add = [&judged](LUMO_X509_CERT* cert) {
+    const bool is_new =
+        std::none_of(judged.begin(), judged.end(), [cert](const Judged& each) { return each.cert == cert; });
+    if (cert != nullptr && is_new) judged.push_back({.cert = cert, .has_crl = true});
+  };
+  for (std::size_t i = 0; i < judged.size(); ++i) {
+    LUMO_X509_CERT* cert = judged[i].cert;
+    if (cert->pIssuer == cert) continue;  // the root
+    ScoredCrls candidates(vrf);
+    judged[i].has_crl =
+        _tevGetScoredCrl(vrf, cert, chain.certs.back(), &candidates) == LUMO_OK && candidates.list.num() != 0;
+    const LUMO_X509_CRL* crl = ChosenCrl(vrf, candidates, is_stamp);
+    if (crl == nullptr) continue;
+    add(crl->pIssuer);
+    if (crl->tbs_cert_list.extensions.idp.indirectCRL != 0) add(_tevFindCertIssuer(vrf, cert));
+  }
+  return judged;
+}
+
+// Calls `look` for each certificate that the device judges at the stamped time.
+template <class Look>
+void ForEachJudged(const Scene& scene, Look look) {
+  if (!scene.stamped) return;
+  for (const Chain& chain : scene.store.chains()) {
+    if (!chain.ends_in_root) continue;
+    for (const Judged& judged : JudgedOf(scene, chain)) look(chain, judged);
+  }
 }
 
 // Times that the device cannot read are another rule's.
@@ -75,24 +123,16 @@ void IssuerMissing(const Scene& scene, Report& report) {
 }
 
 void NoCrlForCert(const Scene& scene, Report& report) {
-  if (!scene.stamped) return;
-  for (const Chain& chain : scene.store.chains()) {
-    if (!chain.ends_in_root) continue;
-    for (LUMO_X509_CERT* cert : chain.certs) {
-      if (cert != chain.certs.back() && !HasCrl(scene, cert, chain.certs.back()))
-        report.Add(WhereOf(scene, chain, *cert));
-    }
-  }
+  ForEachJudged(scene, [&](const Chain& chain, const Judged& judged) {
+    if (!judged.has_crl) report.Add(WhereOf(scene, chain, *judged.cert));
+  });
 }
 
 void OutsideValidity(const Scene& scene, Report& report) {
-  if (!scene.stamped) return;
-  for (const Chain& chain : scene.store.chains()) {
-    for (const LUMO_X509_CERT* cert : chain.certs) {
-      if (IsOutside(cert->toBeSigned.validity, *scene.stamped))
-        report.Add(WhereOf(scene, chain, *cert), "stamped " + FormatUtcTime(*scene.stamped));
-    }
-  }
+  ForEachJudged(scene, [&](const Chain& chain, const Judged& judged) {
+    if (IsOutside(judged.cert->toBeSigned.validity, *scene.stamped))
+      report.Add(WhereOf(scene, chain, *judged.cert), "stamped " + FormatUtcTime(*scene.stamped));
+  });
 }
 
 }  // namespace fwpack::lint

@@ -1,5 +1,7 @@
 #include "tools/fwpack/lint/lint_times.h"
 
+#include <algorithm>
+
 namespace fwpack::lint {
 namespace {
 
@@ -31,18 +33,40 @@ bool AgeDiffers(const TimeView& one, const TimeView& other) {
   return OrderDiffers(one, other) || OrderDiffers(other, one);
 }
 
+// The certificates of both chains, as far as they could be decoded here.
+std::vector<const CertView*> ChainCerts(const Scene& scene) {
+  std::vector<const CertView*> views;
+  for (const Chain& chain : scene.store.chains()) {
+    for (const LUMO_X509_CERT* cert : chain.certs) {
+      const CertView* view = scene.ViewOf(*cert);
+      if (view != nullptr && std::find(views.begin(), views.end(), view) == views.end())
+        views.push_back(view);
+    }
+  }
+  return views;
+}
+
+void CompareWithStamp(const CertView& cert, const TimeView& stamp, Report& report) {
+  if (OrderDiffers(cert.not_before, stamp)) report.Add("notBefore of " + WhereOf(cert));
+  if (OrderDiffers(stamp, cert.not_after)) report.Add("notAfter of " + WhereOf(cert));
+}
+
+void CompareWithStamp(const CertView& cert, const CrlView& crl, const TimeView& stamp, Report& report) {
+  if (cert.issuer.der != crl.issuer.der) return;
+  for (const RevokedView& entry : crl.revoked) {
+    if (entry.serial.octets == cert.serial.octets && OrderDiffers(entry.date, stamp))
+      report.Add("date of entry " + entry.serial.hex + " of " + WhereOf(crl));
+  }
+}
+
 void CompareWithStamp(const Scene& scene, const TimeView& stamp, Report& report) {
-  for (const PlacedCert& placed : scene.certs) {
-    if (OrderDiffers(placed.cert.not_before, stamp)) report.Add("notBefore of " + WhereOf(placed));
-    if (OrderDiffers(stamp, placed.cert.not_after)) report.Add("notAfter of " + WhereOf(placed));
+  for (const CertView* cert : ChainCerts(scene)) {
+    CompareWithStamp(*cert, stamp, report);
+    for (const CrlView* crl : scene.crls) CompareWithStamp(*cert, *crl, stamp, report);
   }
   for (const CrlView* crl : scene.crls) {
     if (crl->next_update && OrderDiffers(stamp, *crl->next_update))
       report.Add("nextUpdate of " + WhereOf(*crl));
-    for (const RevokedView& entry : crl->revoked) {
-      if (OrderDiffers(entry.date, stamp))
-        report.Add("date of entry " + entry.serial.hex + " of " + WhereOf(*crl));
-    }
   }
 }
 

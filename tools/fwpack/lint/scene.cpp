@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 #include <string_view>
 
 namespace fwpack {
@@ -12,6 +13,11 @@ bool IsViewOf(const CertView& view, const LUMO_X509_CERT& cert) {
   const std::string_view signed_part(reinterpret_cast<const char*>(cert.raw_signed.octs),
                                      cert.raw_signed.len);
   return view.x509 != nullptr && view.der.find(signed_part) != std::string::npos;
+}
+
+template <class T>
+std::span<const T> FirstOf(const std::vector<T>& all) {
+  return std::span<const T>(all).first(std::min(all.size(), kMaxLookedAt));
 }
 
 std::string TimeOr(const std::optional<UtcTime>& time) {
@@ -25,12 +31,13 @@ Scene::Scene(const LintInput& the_input) : input(the_input), store(the_input) {
   if (package.signature) messages.emplace_back(&*package.signature, "the signature");
   if (package.token) messages.emplace_back(&package.token->message, "the time-stamp");
   for (const auto& [message, place] : messages) {
-    for (const CertView& cert : message->certs) certs.push_back({.cert = cert, .place = place});
+    for (const CertView& cert : FirstOf(message->certs)) certs.push_back({.cert = cert, .place = place});
   }
   if (package.token && !package.token->stop) stamped = package.token->time.device;
   if (!package.bundle) return;
-  for (const CertView& cert : package.bundle->certs) certs.push_back({.cert = cert, .place = "the bundle"});
-  for (const CrlView& crl : package.bundle->crls) crls.push_back(&crl);
+  for (const CertView& cert : FirstOf(package.bundle->certs))
+    certs.push_back({.cert = cert, .place = "the bundle"});
+  for (const CrlView& crl : FirstOf(package.bundle->crls)) crls.push_back(&crl);
 }
 
 const CertView* Scene::ViewOf(const LUMO_X509_CERT& cert) const {

@@ -16,6 +16,10 @@ struct PlacedCert {
   const char* place;
 };
 
+/// What is looked at of each part of a package, and what is told of each rule: more than any device takes,
+/// and few enough to keep hostile packages from costing time and memory.
+inline constexpr std::size_t kMaxLookedAt = 32;
+
 /// What the rules look at, put in order: each certificate and CRL of the package once for each place.
 struct Scene {
   explicit Scene(const LintInput& the_input);
@@ -32,17 +36,19 @@ struct Scene {
   [[nodiscard]] const CertView* ViewOf(const LUMO_X509_CERT& cert) const;
 };
 
-/// Takes what a rule finds.
+/// Takes what a rule finds, up to kMaxLookedAt findings.
 class Report {
  public:
   Report(const LintRule& rule, std::vector<Finding>* findings) : rule_(rule), findings_(findings) {}
   void Add(std::string where, std::string detail = {}) {
+    if (++count_ > kMaxLookedAt) return;
     findings_->push_back({.rule = &rule_, .where = std::move(where), .detail = std::move(detail)});
   }
 
  private:
   const LintRule& rule_;
   std::vector<Finding>* findings_;
+  std::size_t count_ = 0;
 };
 
 /// "certificate 'CN = Signer' (serial 0a1b)", with " in the signature" for a placed one.
