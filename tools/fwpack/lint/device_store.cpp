@@ -73,7 +73,7 @@ DeviceStore::DeviceStore(const LintInput& input)
   }
 }
 
-void DeviceStore::Load(const MessageView& view, OwnedMessage& message) {
+void DeviceStore::Load(const MessageView& view, OwnedMessage& message) const {
   TEV_UINT32 consumed = 0;
   const auto code =
       lumo_pkcs7_decode_signed(vrf(), OctetsOf(view.der), LengthOf(view.der), message.out(), &consumed);

@@ -49,7 +49,7 @@ class DeviceStore {
   [[nodiscard]] const std::vector<Chain>& chains() const { return chains_; }
 
  private:
-  void Load(const MessageView& view, OwnedMessage& message);
+  void Load(const MessageView& view, OwnedMessage& message) const;
 
   DeviceContext ctx_;
   OwnedMessage signature_;

@@ -7,7 +7,6 @@
 namespace fwpack::lint {
 namespace {
 
-constexpr std::size_t kMaxKeyBits = 8 * kMaxKeyComponent;
 constexpr std::size_t kSignatureGrain = 8;  // bytes of which a signature must be a multiple
 
 // Calls `look` for each certificate of the package that could be decoded here.

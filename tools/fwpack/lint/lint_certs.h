@@ -23,6 +23,8 @@ void SelfSigned(const Scene& scene, Report& report);
 /// Bytes that the device's comparisons count in a serial number: without a zero in front.
 std::size_t SerialBytes(const SerialView& serial);
 constexpr std::size_t kMaxSerialBytes = sizeof(LUMO_SERIAL_NUM::sn);
+/// The longest RSA modulus that the device verifies with.
+constexpr std::size_t kMaxKeyBits = std::size_t{kMaxKeyComponent} * 8;
 
 }  // namespace fwpack::lint
 

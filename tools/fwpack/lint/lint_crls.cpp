@@ -50,7 +50,7 @@ PointPtr PointOf(const CrlView& crl) {
 const CertView* KeyOwner(const Scene& scene, const CrlView& crl) {
   const auto owns = [&crl](const CertView& cert) {
     // What the device cannot verify with, it is not worth while to try.
-    if (cert.key_bits == 0 || cert.key_bits > 8 * kMaxKeyComponent) return false;
+    if (cert.key_bits == 0 || cert.key_bits > kMaxKeyBits) return false;
     if (cert.subject.der != crl.issuer.der) return false;
     EVP_PKEY* key = X509_get0_pubkey(cert.x509.get());
     return key != nullptr && X509_CRL_verify(crl.x509.get(), key) == 1;
@@ -81,8 +81,8 @@ void CrlUndecodable(const Scene& scene, Report& report) {
 
 void TooManyEntries(const Scene& scene, Report& report) {
   ForEachCrl(scene, [&report](const CrlView& crl, const std::string& where) {
-    if (crl.revoked.size() > kMaxEntries)
-      report.Add(where, Above(crl.revoked.size(), "entries", kMaxEntries));
+    const std::size_t count = crl.revoked.size();
+    if (count > kMaxEntries) report.Add(where, Above(count, "entries", kMaxEntries));
   });
 }
 
@@ -123,9 +123,10 @@ void CrlIssuerMissing(const Scene& scene, Report& report) {
 void EndsBeforeTimestamp(const Scene& scene, Report& report) {
   if (!scene.stamped) return;
   ForEachCrl(scene, [&scene, &report](const CrlView& crl, const std::string& where) {
-    if (crl.next_update && crl.next_update->device && *crl.next_update->device < *scene.stamped)
+    if (crl.next_update && crl.next_update->device && *crl.next_update->device < *scene.stamped) {
       report.Add(where, "ends " + FormatUtcTime(*crl.next_update->device) + ", stamped " +
                             FormatUtcTime(*scene.stamped));
+    }
   });
 }
 

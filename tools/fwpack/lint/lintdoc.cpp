@@ -13,8 +13,9 @@ int main() {
       "- A **warning** is accepted today, but something is ignored or will bite later.\n"
       "- A **note** tells what the device does and its reader may not expect.\n\n"
       "| rule | severity | what the device does | what to change |\n|---|---|---|---|\n");
-  for (const fwpack::LintRule& rule : fwpack::LintRules())
+  for (const fwpack::LintRule& rule : fwpack::LintRules()) {
     std::printf("| `%s` | %s | %s | %s |\n", rule.id, fwpack::SeverityName(rule.severity), rule.explanation,
                 rule.remedy);
+  }
   return 0;
 }
