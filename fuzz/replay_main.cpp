@@ -1,8 +1,10 @@
-// Replays a parser's seeds, cut and mutated in a fixed pseudo-random order, through its fuzz target.
+// replay PARSER [MUTATIONS]: replays a parser's seeds, cut and mutated in a fixed pseudo-random order,
+// through its fuzz target.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <random>
 #include <vector>
@@ -13,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 namespace {
 
-constexpr std::size_t kMutations = 3000;  // in all, shared by the seeds
+constexpr std::size_t kMutations = 3000;  // by default; in all, shared by the seeds
 
 // Each input lies in a block of exactly its size, so that a sanitizer sees the first octet read behind it.
 void Feed(const der::Bytes& input) {
@@ -50,15 +52,16 @@ der::Bytes Mutate(der::Bytes input, std::mt19937* random) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    static_cast<void>(std::fprintf(stderr, "usage: replay PARSER\n"));
+  if (argc != 2 && argc != 3) {
+    static_cast<void>(std::fprintf(stderr, "usage: replay PARSER [MUTATIONS]\n"));
     return 2;
   }
+  const std::size_t mutations = argc == 3 ? std::strtoul(argv[2], nullptr, 10) : kMutations;
   std::mt19937 random(20241);  // NOLINT(cert-msc*): the same mutations on every run
   const std::vector<der::Bytes> seeds = SeedsFor(argv[1]);
   for (const der::Bytes& seed : seeds) {
     Feed(seed);
-    for (std::size_t round = 0; round < kMutations / seeds.size(); ++round) Feed(Mutate(seed, &random));
+    for (std::size_t round = 0; round < mutations / seeds.size(); ++round) Feed(Mutate(seed, &random));
   }
   return 0;
 }

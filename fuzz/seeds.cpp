@@ -30,6 +30,18 @@ struct World {
   }
 };
 
+// A package whose bundle ends in the root.
+Bytes PackageSeed(const World& world) {
+  const std::string bundle = pki::PemBundle({world.Crl()}, {world.signer, world.root});
+  return package::Build(der::FromText("content"), world.Message(true), der::FromText(bundle));
+}
+
+// The same with DER in the bundle and PEM around the signature.
+Bytes TurnedPackageSeed(const World& world) {
+  return package::Build(der::FromText("content"), der::FromText(pki::Pem("CMS", world.Message(false))),
+                        der::Concat(world.Crl(), world.root.der));
+}
+
 // How the areas are stamped, then the beginning of an area with two files: heads, descriptors, zeros behind
 // them.
 Bytes FlashSeed(std::uint8_t control) {
@@ -56,5 +68,9 @@ std::vector<Bytes> SeedsFor(const std::string& parser) {
   if (parser == "crl") return {world.Crl()};
   if (parser == "signature")
     return {world.Message(true), der::FromText(pki::Pem("CMS", world.Message(false)))};
+  if (parser == "lint") return {PackageSeed(world), TurnedPackageSeed(world)};
+  if (parser == "view")
+    return {PackageSeed(world),    TurnedPackageSeed(world), package::Tail(200, 100),
+            der::FromText(bundle), world.root.der,           world.Message(true)};
   throw std::invalid_argument("no parser of the name " + parser);
 }
