@@ -143,7 +143,7 @@ TEST_F(Inspect, SaysWhatADeviceCannotDecode) {
 
 TEST_F(Inspect, RefusesAPartThatIsTooLong) {
   const std::string path = inspector_.Save("long", {0x30});
-  std::filesystem::resize_file(path, (16U << 20U) + 1);
+  std::filesystem::resize_file(path, (1U << 20U) + 1);
   EXPECT_THROW((void)fwpack::Inspect(path, InspectKind::kBundle), fwpack::Error);
   EXPECT_EQ(fwpack::Inspect(path, InspectKind::kAuto).kind, InspectKind::kPackage);
 }

@@ -111,6 +111,20 @@ TEST_F(PackageViews, ComparesThePayloadsCrc) {
   EXPECT_EQ(view.crl_block->tail->payload_crc_is_good, true);
 }
 
+TEST_F(PackageViews, DoesNotReadAPayloadLongerThanOneMebibyte) {
+  constexpr std::size_t kMost = 1U << 20U;
+  const PackageView longest = View(package::Build(der::FromText("x"), der::FromText("y"), Bytes(kMost, 'c')));
+  ASSERT_TRUE(longest.crl_block && longest.bundle);
+  EXPECT_EQ(longest.crl_block->payload.size(), kMost);
+  const PackageView view =
+      View(package::Build(der::FromText("x"), der::FromText("y"), Bytes(kMost + 1, 'c')));
+  ASSERT_TRUE(view.crl_block && view.crl_block->stop);
+  EXPECT_THAT(view.crl_block->stop->reason, HasSubstr("longer than 1048576 bytes and was not read"));
+  EXPECT_EQ(view.crl_block->payload, "");
+  EXPECT_FALSE(view.bundle.has_value());
+  EXPECT_TRUE(view.signature.has_value());
+}
+
 TEST_F(PackageViews, NamesAFileThatCannotBeRead) {
   EXPECT_THROW((void)fwpack::ViewPackage("/nonexistent/file"), fwpack::Error);
   EXPECT_THROW((void)fwpack::ViewPackage("/"), fwpack::Error);

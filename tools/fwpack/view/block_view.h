@@ -13,8 +13,9 @@
 // Blocks at the end of a package, found as the device finds them: with 32-bit arithmetic that wraps around.
 namespace fwpack {
 
-/// The longest payload that is looked into.
-constexpr std::uint32_t kMaxPayload = 16U << 20U;
+/// The longest payload that is looked into: many times what a device can use, and short enough that hostile
+/// elements of a few octets, each with records and text of its own, do not cost gigabytes.
+constexpr std::uint32_t kMaxPayload = 1U << 20U;
 
 /// A package's bytes, by their offsets. Throws Error when the file cannot be read.
 class PackageFile {
