@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstring>
 
 #include "tools/fwpack/view/ber.h"
 #include "tools/fwpack/view/decode_stop.h"
@@ -29,10 +30,12 @@ std::string_view FirstValue(const AttributeView& attribute) {
   return value ? WholeOf(attribute.der, *value) : std::string_view{};
 }
 
+// Takes time linear in the message, however often the token's first bytes are repeated in front of it.
 std::uint64_t OffsetIn(const MessageView& signature, std::string_view token) {
-  const std::size_t at = signature.der.find(token);
-  const bool is_known = signature.encoding == Encoding::kDer && at != std::string::npos;
-  return signature.offset + (is_known ? at : 0);
+  const auto* found = static_cast<const char*>(
+      memmem(signature.der.data(), signature.der.size(), token.data(), token.size()));
+  const bool is_known = signature.encoding == Encoding::kDer && found != nullptr;
+  return signature.offset + (is_known ? static_cast<std::size_t>(found - signature.der.data()) : 0);
 }
 
 void Fill(TS_TST_INFO* info, TokenView* view) {
