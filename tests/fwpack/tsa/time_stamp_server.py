@@ -121,6 +121,8 @@ BODIES = {
 
 TYPES = {"/type": "text/html\x1b[2J", "/type-in-capitals": "Application/Timestamp-Reply; charset=binary"}
 
+REDIRECTIONS = {"/redirect": "file:///etc/hostname", "/redirect-here": "/good"}
+
 
 class Handler(http.server.BaseHTTPRequestHandler):
     def do_POST(self):
@@ -129,9 +131,9 @@ class Handler(http.server.BaseHTTPRequestHandler):
         write(os.path.join(WORK, "last-type"), self.headers["Content-Type"].encode())
         if self.path == "/hang":
             threading.Event().wait()
-        elif self.path == "/redirect":
+        elif self.path in REDIRECTIONS:
             self.send_response(302)
-            self.send_header("Location", "file:///etc/hostname")
+            self.send_header("Location", REDIRECTIONS[self.path])
             self.end_headers()
         else:
             self.answer(BODIES[self.path](query))

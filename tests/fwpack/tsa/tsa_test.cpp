@@ -155,6 +155,14 @@ TEST_F(FwpackTsa, TellsNoPasswordOfTheUrl) {
   EXPECT_THAT(ErrorOf([&] { (void)Fetch(url); }), StartsWith(server_->Url("status") + ": "));
 }
 
+TEST_F(FwpackTsa, TellsNoPasswordThatARedirectionInherits) {
+  std::string url = server_->Url("redirect-here");
+  url.insert(std::string("http://").size(), "user:secret@");
+  const std::string error = ErrorOf([&] { (void)Fetch(url); });
+  EXPECT_THAT(error, HasSubstr("a redirection to " + server_->Url("good") + ", which is not followed"));
+  EXPECT_THAT(error, testing::Not(HasSubstr("secret")));
+}
+
 TEST_F(FwpackTsa, TakesTimeOutsThatMakeSense) {
   for (const long timeout : {0L, -1L, 3601L}) {
     timeout_ = timeout;

@@ -36,6 +36,21 @@ std::string PartOf(CURLU* url, CURLUPart part) {
   return TextPtr(text).get();
 }
 
+// Takes user name and password out of a URL and returns the rest, for messages.
+std::string WithoutUser(CURLU* url) {
+  (void)curl_url_set(url, CURLUPART_USER, nullptr, 0);
+  (void)curl_url_set(url, CURLUPART_PASSWORD, nullptr, 0);
+  return ShownText(PartOf(url, CURLUPART_URL));
+}
+
+// A relative redirection inherits user name and password of the request.
+std::string ShownRedirection(const char* url) {
+  const UrlPtr parsed(curl_url());
+  const bool is_url = parsed != nullptr &&
+                      curl_url_set(parsed.get(), CURLUPART_URL, url, CURLU_NON_SUPPORT_SCHEME) == CURLUE_OK;
+  return is_url ? WithoutUser(parsed.get()) : "another place";
+}
+
 struct Reply {
   std::string body{};
   std::size_t limit = 0;
@@ -135,7 +150,7 @@ class Exchange {
     (void)curl_easy_getinfo(curl_.get(), CURLINFO_REDIRECT_URL, &elsewhere);
     if (elsewhere != nullptr) {
       Fail("answers with HTTP status " + std::to_string(status) + ", a redirection to " +
-           ShownText(elsewhere) + ", which is not followed; give the final address");
+           ShownRedirection(elsewhere) + ", which is not followed; give the final address");
     }
     Fail("answers with HTTP status " + std::to_string(status) + " where 200 is wanted");
   }
@@ -174,9 +189,7 @@ std::string ShownUrl(const std::string& url) {
   if (scheme != "http" && scheme != "https") {
     throw Error("--tsa-url: has the scheme '" + ShownText(scheme) + "' where http or https is wanted");
   }
-  (void)curl_url_set(parsed.get(), CURLUPART_USER, nullptr, 0);
-  (void)curl_url_set(parsed.get(), CURLUPART_PASSWORD, nullptr, 0);
-  return ShownText(PartOf(parsed.get(), CURLUPART_URL));
+  return WithoutUser(parsed.get());
 }
 
 std::string Post(const HttpPost& post) {
