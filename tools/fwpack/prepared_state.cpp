@@ -6,6 +6,7 @@
 #include "tools/fwpack/error.h"
 #include "tools/fwpack/files.h"
 #include "tools/fwpack/pki.h"
+#include "tools/fwpack/visible.h"
 
 namespace fwpack {
 namespace {
@@ -81,7 +82,8 @@ class Fields {
     }
   }
 
-  // The field as `parse` reads it; its errors gain the names of file and field.
+  // The field as `parse` reads it; its errors gain the names of file and field. They may quote the field, and
+  // nothing in it is for a terminal to obey.
   template <class Parse>
   auto Take(const std::string& name, Parse parse) {
     const std::string line = TakeLine();
@@ -90,7 +92,7 @@ class Fields {
     try {
       return parse(line.substr(start.size()));
     } catch (const Error& error) {
-      throw Error(file_ + ": field '" + name + "': " + error.what());
+      throw Error(file_ + ": field '" + name + "': " + Visible(error.what()));
     }
   }
 

@@ -119,6 +119,15 @@ TEST_F(FwpackPreparedState, IsRefusedWithTheNameOfTheFieldThatIsWrong) {
   }
 }
 
+TEST_F(FwpackPreparedState, ShowsWhatATerminalWouldObeyAsText) {
+  const std::string good = text_;
+  for (const char* field : {"digest", "file-type", "build-time"}) {
+    text_ = good;
+    Set(field, "\x1b[2J\xc2\x9b");
+    EXPECT_THAT(LoadError(), HasSubstr("'\\x1b[2J\\xc2\\x9b'")) << field;
+  }
+}
+
 TEST_F(FwpackPreparedState, TakesNoCertificateWithMoreBehindIt) {
   const std::size_t end = text_.find('\n', text_.find("\nsigner: ") + 1);
   text_.insert(end, "00");
