@@ -205,6 +205,14 @@ TEST(Lint, TellsABoundedNumberOfFindings) {
   EXPECT_THAT(rules, testing::Contains("bundle-too-many-crls"));
 }
 
+TEST(Lint, ShortensNumbersOfAnyLength) {
+  const pki::CrlSpec spec{.revoked = {{.serial = Bytes(5000, 0x11), .date = pki::Utc(2024, 4, 1)}}};
+  const Look look(linttest::Of({.crls = {pki::MakeCrl(linttest::Maker().root, spec)}}));
+  EXPECT_THAT(look.Rules(), testing::Contains("crl-serial-too-long"));
+  for (const Finding& finding : look.findings())
+    EXPECT_LT(finding.where.size() + finding.detail.size(), 2000U) << finding.rule->id;
+}
+
 TEST(Lint, NeverThrowsForDamagedPackages) {
   const Bytes good = linttest::PackageOf({});
   for (std::size_t at = 0; at < good.size(); at += 23) {

@@ -135,7 +135,8 @@ void EntrySerial(const Scene& scene, Report& report) {
     for (const RevokedView& entry : crl.revoked) {
       const std::size_t bytes = SerialBytes(entry.serial);
       if (bytes > kMaxSerialBytes)
-        report.Add("entry " + entry.serial.hex + " of " + where, Above(bytes, "bytes", kMaxSerialBytes));
+        report.Add("entry " + Shortened(entry.serial.hex) + " of " + where,
+                   Above(bytes, "bytes", kMaxSerialBytes));
     }
   });
 }
@@ -179,7 +180,7 @@ void CrlCriticalExtension(const Scene& scene, Report& report) {
 void RemoveFromCrl(const Scene& scene, Report& report) {
   ForEachCrl(scene, [&report](const CrlView& crl, const std::string& where) {
     for (const RevokedView& entry : crl.revoked) {
-      if (entry.reason == kRemoveFromCrl) report.Add("entry " + entry.serial.hex + " of " + where);
+      if (entry.reason == kRemoveFromCrl) report.Add("entry " + Shortened(entry.serial.hex) + " of " + where);
     }
   });
 }

@@ -18,7 +18,7 @@ void ForEachTime(const Scene& scene, Look look) {
     look(crl->this_update, "thisUpdate of " + WhereOf(*crl));
     if (crl->next_update) look(*crl->next_update, "nextUpdate of " + WhereOf(*crl));
     for (const RevokedView& entry : crl->revoked)
-      look(entry.date, "date of entry " + entry.serial.hex + " of " + WhereOf(*crl));
+      look(entry.date, "date of entry " + Shortened(entry.serial.hex) + " of " + WhereOf(*crl));
   }
 }
 
@@ -55,7 +55,7 @@ void CompareWithStamp(const CertView& cert, const CrlView& crl, const TimeView& 
   if (cert.issuer.der != crl.issuer.der) return;
   for (const RevokedView& entry : crl.revoked) {
     if (entry.serial.octets == cert.serial.octets && OrderDiffers(entry.date, stamp))
-      report.Add("date of entry " + entry.serial.hex + " of " + WhereOf(crl));
+      report.Add("date of entry " + Shortened(entry.serial.hex) + " of " + WhereOf(crl));
   }
 }
 

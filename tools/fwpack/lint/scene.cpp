@@ -5,14 +5,18 @@
 #include <span>
 #include <string_view>
 
+#include "tools/fwpack/view/ber.h"
+
 namespace fwpack {
 namespace {
 
-// The octets of the TBSCertificate lie in the certificate's own.
+// The octets of the TBSCertificate are the first in the certificate.
 bool IsViewOf(const CertView& view, const LUMO_X509_CERT& cert) {
+  if (view.x509 == nullptr) return false;
   const std::string_view signed_part(reinterpret_cast<const char*>(cert.raw_signed.octs),
                                      cert.raw_signed.len);
-  return view.x509 != nullptr && view.der.find(signed_part) != std::string::npos;
+  const auto whole = ReadBer(view.der, 0, view.der.size());
+  return whole && ContentOf(view.der, *whole).starts_with(signed_part);
 }
 
 template <class T>
@@ -47,9 +51,13 @@ const CertView* Scene::ViewOf(const LUMO_X509_CERT& cert) const {
   return found == certs.end() ? nullptr : &found->cert;
 }
 
+std::string Shortened(const std::string& text, std::size_t most) {
+  return text.size() <= most ? text : text.substr(0, most) + "...";
+}
+
 std::string WhereOf(const CertView& cert) {
   if (cert.x509 == nullptr) return "certificate at offset " + std::to_string(cert.offset);
-  return "certificate '" + cert.subject.text + "' (serial " + cert.serial.hex + ")";
+  return "certificate '" + Shortened(cert.subject.text) + "' (serial " + Shortened(cert.serial.hex) + ")";
 }
 
 std::string WhereOf(const PlacedCert& placed) {
@@ -58,7 +66,7 @@ std::string WhereOf(const PlacedCert& placed) {
 
 std::string WhereOf(const CrlView& crl) {
   if (crl.x509 == nullptr) return "CRL at offset " + std::to_string(crl.offset);
-  return "CRL of '" + crl.issuer.text + "' (this update " + TimeOr(crl.this_update.meant) + ")";
+  return "CRL of '" + Shortened(crl.issuer.text) + "' (this update " + TimeOr(crl.this_update.meant) + ")";
 }
 
 std::string Above(std::size_t count, const char* what, std::size_t most) {

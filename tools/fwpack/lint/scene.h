@@ -36,16 +36,22 @@ struct Scene {
   [[nodiscard]] const CertView* ViewOf(const LUMO_X509_CERT& cert) const;
 };
 
-/// Takes what a rule finds, up to kMaxLookedAt findings.
+/// The visible text up to `most` characters: names, serial numbers and identifiers of algorithms may be of
+/// any length.
+std::string Shortened(const std::string& text, std::size_t most = 200);
+
+/// Takes what a rule finds, up to kMaxLookedAt findings, and of each detail 1000 characters.
 class Report {
  public:
   Report(const LintRule& rule, std::vector<Finding>* findings) : rule_(rule), findings_(findings) {}
-  void Add(std::string where, std::string detail = {}) {
+  void Add(std::string where, const std::string& detail = {}) {
     if (++count_ > kMaxLookedAt) return;
-    findings_->push_back({.rule = &rule_, .where = std::move(where), .detail = std::move(detail)});
+    findings_->push_back(
+        {.rule = &rule_, .where = std::move(where), .detail = Shortened(detail, kMaxDetail)});
   }
 
  private:
+  static constexpr std::size_t kMaxDetail = 1000;
   const LintRule& rule_;
   std::vector<Finding>* findings_;
   std::size_t count_ = 0;
