@@ -39,6 +39,23 @@ TEST(OutputFile, LeavesWhatStoodThereWhenItIsGivenUp) {
   EXPECT_EQ(NamesIn(dir.path()), (std::vector<std::string>{"out"}));
 }
 
+TEST(OutputFile, IsReadByThoseWhoCouldReadTheOneThatItReplaces) {
+  const ScratchDir dir;
+  const auto mode_of = [](const std::string& file) {
+    struct stat status {};
+    EXPECT_EQ(stat(file.c_str(), &status), 0);
+    return status.st_mode & 07777U;
+  };
+  packtest::WriteText(dir / "private", "old");
+  ASSERT_EQ(chmod((dir / "private").c_str(), 0600), 0);
+  WriteFile(dir / "private", "new");
+  EXPECT_EQ(mode_of(dir / "private"), 0600U);
+  const mode_t mask = umask(027);
+  WriteFile(dir / "fresh", "new");
+  (void)umask(mask);
+  EXPECT_EQ(mode_of(dir / "fresh"), 0640U);
+}
+
 TEST(OutputFile, IsRefusedInPlaceOfADirectoryOrADevice) {
   const ScratchDir dir;
   EXPECT_NE(ErrorOf([&dir] { const OutputFile file(dir.path()); }).find("no regular file"),

@@ -83,6 +83,8 @@ OutputFile::OutputFile(fs::path place) : place_(std::move(place)) {
   if (fs::exists(status) && !fs::is_regular_file(status)) {
     throw Error(place_.string() + ": is there already and is no regular file");
   }
+  mode_ = fs::exists(status) ? static_cast<mode_t>(status.permissions() & fs::perms::all)
+                             : kPublicMode & ~CurrentUmask();
   temporary_ = TemplateBeside(place_);
   const InterruptsHeld held;
   file_ = mkostemp(temporary_.data(), O_CLOEXEC);
@@ -105,7 +107,7 @@ void OutputFile::Write(std::string_view bytes) {
 }
 
 void OutputFile::Commit() {
-  if (fchmod(file_, kPublicMode & ~CurrentUmask()) != 0 || fsync(file_) != 0) Fail("cannot be written");
+  if (fchmod(file_, mode_) != 0 || fsync(file_) != 0) Fail("cannot be written");
   if (std::rename(temporary_.c_str(), place_.c_str()) != 0) Fail("cannot be put in place");
   removal_.reset();
   (void)close(std::exchange(file_, -1));

@@ -1,6 +1,8 @@
 #ifndef FWVET_TOOLS_FWPACK_FILES_H
 #define FWVET_TOOLS_FWPACK_FILES_H
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <filesystem>
 #include <memory>
@@ -15,8 +17,9 @@ namespace fwpack {
 std::string ReadSmallFile(const std::filesystem::path& path, std::size_t limit = 16U << 20U);
 
 /// A file that comes into being whole or not at all: it is written beside its final place, synchronised and
-/// renamed by Commit(). Without Commit() nothing is left behind, and what stood at the place stays; a run
-/// that SIGINT, SIGTERM or SIGHUP ends leaves nothing behind either.
+/// renamed by Commit(). It keeps the mode of a file that it replaces, so that nobody can read more than
+/// before; a new one may be read by all whom the umask lets. Without Commit() nothing is left behind, and
+/// what stood at the place stays; a run that SIGINT, SIGTERM or SIGHUP ends leaves nothing behind either.
 class OutputFile {
  public:
   /// Throws Error when the place is taken by something that is no regular file or cannot be written.
@@ -37,6 +40,7 @@ class OutputFile {
 
   std::filesystem::path place_;
   std::string temporary_{};
+  mode_t mode_ = 0;
   int file_ = -1;
   std::unique_ptr<RemoveOnInterrupt> removal_{};
 };
