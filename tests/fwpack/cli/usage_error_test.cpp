@@ -86,6 +86,14 @@ INSTANTIATE_TEST_SUITE_P(
                   "fwpack sign: unknown option '-- [2J '; see fwpack sign --help"}),
     [](const auto& usage) { return std::string(usage.param.name); });
 
+TEST(ErrorLine, KeepsUtf8ButNothingThatATerminalObeys) {
+  const Said said = RunWith({"inspect",
+                             "/gr\xC3\xBC\xC3\x9F\xC2\x9B"
+                             "2J\x1B[2J\xC2\xA7"});
+  EXPECT_EQ(said.status, 3);
+  EXPECT_THAT(said.err, testing::StartsWith("fwpack: /gr\xC3\xBC\xC3\x9F  2J [2J\xC2\xA7: "));
+}
+
 }  // namespace
 
 TEST(Program, TellsItsVersion) {

@@ -62,10 +62,14 @@ class HelpFormat : public CLI::Formatter {
   }
 };
 
-// One line, whatever a file name or a certificate put into it.
+// One line, whatever a file name or a certificate put into it. UTF-8 stays, but for its control characters,
+// U+0080 to U+009F.
 int Complain(std::ostream& err, std::string text, int exit_status) {
   std::replace_if(
       text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == '\x7f'; }, ' ');
+  for (std::size_t at = text.find('\xC2'); at < text.size() - 1; at = text.find('\xC2', at + 1)) {
+    if (static_cast<unsigned char>(text[at + 1]) < 0xA0) text.replace(at, 2, 2, ' ');
+  }
   err << text << "\n";
   return exit_status;
 }
