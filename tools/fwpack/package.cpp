@@ -16,10 +16,18 @@ std::string LoadBundle(const fs::path& file) {
   return bundle;
 }
 
-const fs::path& PlaceBesideContent(const PackageParts& parts) {
+const fs::path& PlaceBesideInputs(const PackageParts& parts) {
   std::error_code absent;
   if (fs::equivalent(parts.content, parts.package, absent)) {
     throw Error(parts.package.string() + ": is the content itself");
+  }
+  std::vector<fs::path> inputs = parts.other_inputs;
+  inputs.push_back(parts.crl);
+  for (const fs::path& input : inputs) {
+    if (fs::equivalent(input, parts.package, absent)) {
+      throw Error(parts.package.string() +
+                  ": is one of the files that the package is made from; name another");
+    }
   }
   return parts.package;
 }
@@ -27,7 +35,7 @@ const fs::path& PlaceBesideContent(const PackageParts& parts) {
 }  // namespace
 
 PackageWriter::PackageWriter(const PackageParts& parts)
-    : parts_(parts), bundle_(LoadBundle(parts.crl)), out_(PlaceBesideContent(parts)) {}
+    : parts_(parts), bundle_(LoadBundle(parts.crl)), out_(PlaceBesideInputs(parts)) {}
 
 ContentSummary PackageWriter::CopyContent(const EVP_MD* digest) {
   ContentSummary summary = ReadContent(

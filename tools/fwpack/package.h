@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "tools/fwpack/cms.h"
 #include "tools/fwpack/content.h"
@@ -24,15 +25,17 @@ struct PackageParts {
   std::filesystem::path package{};
   std::filesystem::path crl{};  // the bundle, carried as it is
   TimeStampSource stamp{};
-  Judge judge{};        // may be empty
-  Progress progress{};  // may be empty
+  std::vector<std::filesystem::path> other_inputs{};  // keys, certificates: never written over either
+  Judge judge{};                                      // may be empty
+  Progress progress{};                                // may be empty
 };
 
 /// Writes a package front to back: the content, the block with its detached signature, the block with the
 /// bundle, 32 end bytes. Nothing stands at its place before Finish() has ended well.
 class PackageWriter {
  public:
-  /// Throws Error when the bundle holds no CRL or the place cannot be written. `parts` must outlive this.
+  /// Throws Error when the bundle holds no CRL, or the place is that of an input or cannot be written.
+  /// `parts` must outlive this.
   explicit PackageWriter(const PackageParts& parts);
 
   /// Copies the content, whatever its size, in pieces. Throws as ReadContent().

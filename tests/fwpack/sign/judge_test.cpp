@@ -56,6 +56,19 @@ TEST_F(FwpackJudge, KeepsAnEarlierPackageWhenItRefuses) {
   EXPECT_EQ(ReadText(bench_ / "package"), "earlier");
 }
 
+TEST_F(FwpackJudge, WritesOverNoneOfItsInputs) {
+  packtest::WriteText(bench_ / "root.pem", ReadText(Pki("root.pem")));
+  for (const char* input : {"root.pem", "revoking.pem"}) {
+    const std::string before = ReadText(bench_ / input);
+    const ToolResult made = bench_.Run({{"sign", "--content", "content", "--out", input, "--crl",
+                                         "revoking.pem", "--root", "root.pem", "--force"},
+                                        packtest::SignerWords(),
+                                        packtest::LocalStamperWords()});
+    ExpectError(made, 3, std::string(input) + ": is one of the files that the package is made from");
+    EXPECT_EQ(ReadText(bench_ / input), before);
+  }
+}
+
 TEST_F(FwpackJudge, TellsAndWritesByForce) {
   const ToolResult made = SignWith("revoking.pem", {"--root", Pki("root.pem"), "--force"});
   EXPECT_EQ(made.status, 0);

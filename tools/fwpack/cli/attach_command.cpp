@@ -21,6 +21,8 @@ struct AttachCommand {
 void RunAttach(const AttachCommand& command) {
   const CaCertificates ca(command.ca, {});
   AttachOptions options = command.attach;
+  options.parts.other_inputs = InputsOf(command.judge, command.stamp, command.ca);
+  options.parts.other_inputs.insert(options.parts.other_inputs.end(), {options.state, options.signature});
   options.parts.judge = MakeJudge(command.judge, options.parts.package);
   options.parts.stamp = MakeStampSource(command.stamp, ca, options.parts.crl, command.time);
   options.parts.progress = ShowProgress();

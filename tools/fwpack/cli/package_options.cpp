@@ -227,6 +227,15 @@ Judge MakeJudge(const JudgeOptions& options, const std::filesystem::path& packag
       [options, package](const std::filesystem::path& written) { JudgePackage(options, package, written); };
 }
 
+std::vector<std::filesystem::path> InputsOf(const JudgeOptions& judge, const StampOptions& stamp,
+                                            const std::vector<std::filesystem::path>& ca) {
+  std::vector<std::filesystem::path> inputs = ca;
+  inputs.insert(inputs.end(), {judge.root, stamp.file, stamp.local.key, stamp.local.cert});
+  if (judge.device_crl) inputs.push_back(*judge.device_crl);
+  if (judge.flash) inputs.push_back(*judge.flash);
+  return inputs;
+}
+
 void AddPartsOptions(CLI::App& command, PackageParts& parts) {
   command.add_option("--content", parts.content, "The file to sign")->required()->type_name("FILE");
   command.add_option("--out", parts.package, "The package to write")->required()->type_name("FILE");

@@ -69,6 +69,10 @@ void AddJudgeOptions(CLI::App& command, JudgeOptions& options);
 /// `package`: what messages call the package.
 Judge MakeJudge(const JudgeOptions& options, const std::filesystem::path& package);
 
+/// The files that these options name, which no output may be written over.
+std::vector<std::filesystem::path> InputsOf(const JudgeOptions& judge, const StampOptions& stamp,
+                                            const std::vector<std::filesystem::path>& ca);
+
 /// "--content", "--out" and "--crl".
 void AddPartsOptions(CLI::App& command, PackageParts& parts);
 

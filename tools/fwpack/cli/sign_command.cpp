@@ -23,6 +23,9 @@ void RunSign(const SignCommand& command) {
   SignOptions options{.parts = command.parts, .signature = command.signature.wish, .key = signer.key.get()};
   options.signature.signer = signer.cert.get();
   options.signature.ca = ca.all();
+  options.parts.other_inputs = InputsOf(command.judge, command.stamp, command.signature.ca);
+  options.parts.other_inputs.emplace_back(command.signer.key);
+  options.parts.other_inputs.emplace_back(command.signer.cert);
   options.parts.judge = MakeJudge(command.judge, command.parts.package);
   options.parts.stamp = MakeStampSource(command.stamp, ca, command.parts.crl, command.signature.wish.time);
   options.parts.progress = ShowProgress();
