@@ -5,7 +5,9 @@
 
 #include "fuzz/memory_file.h"
 #include "tools/fwpack/lint/lint.h"
-#include "tools/fwpack/view/read_views.h"
+#include "tools/fwpack/view/bundle_view.h"
+#include "tools/fwpack/view/cert_view.h"
+#include "tools/fwpack/view/package_view.h"
 
 // What is found in a package on a device whose root is the last certificate of the package's own bundle, with
 // that bundle stored on it and without one. Broken bytes are no error: nothing may be thrown.

@@ -12,7 +12,9 @@
 #include "tests/support/run_tool.h"
 #include "tools/fwpack/pem_files.h"
 #include "tools/fwpack/root.h"
-#include "tools/fwpack/view/read_views.h"
+#include "tools/fwpack/view/bundle_view.h"
+#include "tools/fwpack/view/cert_view.h"
+#include "tools/fwpack/view/package_view.h"
 
 namespace {
 

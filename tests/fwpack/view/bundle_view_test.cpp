@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/fwpack/view/view_fixture.h"
-#include "tools/fwpack/view/read_views.h"
+#include "tools/fwpack/view/bundle_view.h"
 
 namespace {
 

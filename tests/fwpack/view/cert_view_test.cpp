@@ -3,7 +3,7 @@
 
 #include "tests/fwpack/view/view_fixture.h"
 #include "tests/support/raw_pki.h"
-#include "tools/fwpack/view/read_views.h"
+#include "tools/fwpack/view/cert_view.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/fwpack/view/view_fixture.h"
-#include "tools/fwpack/view/read_views.h"
+#include "tools/fwpack/view/crl_view.h"
 
 namespace {
 

@@ -5,7 +5,8 @@
 #include "tests/fwpack/view/view_fixture.h"
 #include "tools/fwpack/view/inspect_json.h"
 #include "tools/fwpack/view/inspect_text.h"
-#include "tools/fwpack/view/read_views.h"
+#include "tools/fwpack/view/message_view.h"
+#include "tools/fwpack/view/token_view.h"
 
 namespace {
 

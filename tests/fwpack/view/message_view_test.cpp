@@ -3,7 +3,8 @@
 
 #include "tests/fwpack/view/view_fixture.h"
 #include "tests/support/raw_pki.h"
-#include "tools/fwpack/view/read_views.h"
+#include "tools/fwpack/view/message_view.h"
+#include "tools/fwpack/view/token_view.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include "tests/fwpack/view/view_fixture.h"
 #include "tools/fwpack/error.h"
 #include "tools/fwpack/view/block_view.h"
-#include "tools/fwpack/view/read_views.h"
+#include "tools/fwpack/view/package_view.h"
 
 namespace {
 

@@ -3,7 +3,9 @@
 #include <openssl/pem.h>
 
 #include "tools/fwpack/pem_files.h"
-#include "tools/fwpack/view/read_views.h"
+#include "tools/fwpack/view/bundle_view.h"
+#include "tools/fwpack/view/cert_view.h"
+#include "tools/fwpack/view/package_view.h"
 
 namespace fwpack {
 namespace {

@@ -51,7 +51,7 @@ using TextOf = std::string (*)(const FlashView&);
 
 FlashView Report(const FlashOptions& options, TextOf text) {
   const std::string image = Load(options.image);
-  const FlashView view = WithName(options.image, [&] { return ViewFlash(image); });
+  FlashView view = WithName(options.image, [&] { return ViewFlash(image); });
   std::cout << (options.json ? FlashJson(view) : text(view));
   return view;
 }

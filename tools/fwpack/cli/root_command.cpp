@@ -11,7 +11,7 @@
 #include "tools/fwpack/pem_files.h"
 #include "tools/fwpack/pki.h"
 #include "tools/fwpack/root.h"
-#include "tools/fwpack/view/read_views.h"
+#include "tools/fwpack/view/cert_view.h"
 
 namespace fwpack {
 namespace {

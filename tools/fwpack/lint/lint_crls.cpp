@@ -134,9 +134,9 @@ void EntrySerial(const Scene& scene, Report& report) {
   ForEachCrl(scene, [&report](const CrlView& crl, const std::string& where) {
     for (const RevokedView& entry : crl.revoked) {
       const std::size_t bytes = SerialBytes(entry.serial);
-      if (bytes > kMaxSerialBytes)
-        report.Add("entry " + Shortened(entry.serial.hex) + " of " + where,
-                   Above(bytes, "bytes", kMaxSerialBytes));
+      if (bytes <= kMaxSerialBytes) continue;
+      report.Add("entry " + Shortened(entry.serial.hex) + " of " + where,
+                 Above(bytes, "bytes", kMaxSerialBytes));
     }
   });
 }

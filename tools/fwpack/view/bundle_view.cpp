@@ -1,7 +1,10 @@
+#include "tools/fwpack/view/bundle_view.h"
+
 #include "tools/fwpack/view/ber.h"
+#include "tools/fwpack/view/cert_view.h"
+#include "tools/fwpack/view/crl_view.h"
 #include "tools/fwpack/view/decode_stop.h"
 #include "tools/fwpack/view/pem_block.h"
-#include "tools/fwpack/view/read_views.h"
 #include "tools/fwpack/visible.h"
 #include "verify/lumo_limits.h"
 

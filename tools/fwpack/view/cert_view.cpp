@@ -1,9 +1,10 @@
+#include "tools/fwpack/view/cert_view.h"
+
 #include <openssl/core_names.h>
 
 #include "tools/fwpack/pki.h"
 #include "tools/fwpack/view/device_decoder.h"
 #include "tools/fwpack/view/name_view.h"
-#include "tools/fwpack/view/read_views.h"
 #include "tools/fwpack/view/time_view.h"
 
 namespace fwpack {

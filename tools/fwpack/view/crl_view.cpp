@@ -1,6 +1,7 @@
+#include "tools/fwpack/view/crl_view.h"
+
 #include "tools/fwpack/view/device_decoder.h"
 #include "tools/fwpack/view/name_view.h"
-#include "tools/fwpack/view/read_views.h"
 #include "tools/fwpack/view/time_view.h"
 
 namespace fwpack {

@@ -3,8 +3,8 @@
 #include "tools/fwpack/der.h"
 #include "tools/fwpack/tail.h"
 #include "tools/fwpack/view/ber.h"
+#include "tools/fwpack/view/cert_view.h"
 #include "tools/fwpack/view/pem_block.h"
-#include "tools/fwpack/view/read_views.h"
 
 namespace fwpack {
 namespace {

@@ -7,10 +7,14 @@
 #include "tools/fwpack/files.h"
 #include "tools/fwpack/tail.h"
 #include "tools/fwpack/view/block_view.h"
+#include "tools/fwpack/view/bundle_view.h"
+#include "tools/fwpack/view/cert_view.h"
 #include "tools/fwpack/view/decode_stop.h"
 #include "tools/fwpack/view/detect.h"
+#include "tools/fwpack/view/message_view.h"
+#include "tools/fwpack/view/package_view.h"
 #include "tools/fwpack/view/pem_block.h"
-#include "tools/fwpack/view/read_views.h"
+#include "tools/fwpack/view/token_view.h"
 #include "tools/fwpack/visible.h"
 
 namespace fwpack {
@@ -112,9 +116,10 @@ void AddBlock(std::vector<Region>* regions, const std::string& name, const std::
   const std::uint64_t end = block->offset + block->tail->record.dwCodeLen;
   if (block->tail->payload_crc_is_good) {
     regions->push_back({.name = name + " payload", .offset = block->offset, .length = block->payload.size()});
-    if (end < block->tail->offset)
+    if (end < block->tail->offset) {
       regions->push_back(
           {.name = name + " gap, not looked at", .offset = end, .length = block->tail->offset - end});
+    }
   }
   regions->push_back({.name = name + " tail record", .offset = block->tail->offset, .length = kTailSize});
 }

@@ -1,6 +1,8 @@
 #include "tools/fwpack/view/inspect_text.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 #include "tools/fwpack/view/device_decoder.h"
 #include "tools/fwpack/view/name_view.h"
@@ -106,7 +108,8 @@ void WriteBundle(Writer& out, const BundleView& bundle) {
 
 void WriteAttributes(Writer& out, const char* title, const std::vector<AttributeView>& attributes) {
   std::vector<std::string> names;
-  for (const AttributeView& attribute : attributes) names.push_back(attribute.type);
+  std::transform(attributes.begin(), attributes.end(), std::back_inserter(names),
+                 [](const AttributeView& attribute) { return attribute.type; });
   out.Field(title, Joined(names));
 }
 

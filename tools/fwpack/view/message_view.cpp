@@ -1,10 +1,14 @@
+#include "tools/fwpack/view/message_view.h"
+
+#include <algorithm>
+
 #include "tools/fwpack/der.h"
 #include "tools/fwpack/view/ber.h"
+#include "tools/fwpack/view/cert_view.h"
 #include "tools/fwpack/view/decode_stop.h"
 #include "tools/fwpack/view/device_decoder.h"
 #include "tools/fwpack/view/name_view.h"
 #include "tools/fwpack/view/pem_block.h"
-#include "tools/fwpack/view/read_views.h"
 #include "tools/fwpack/view/time_view.h"
 #include "tools/fwpack/visible.h"
 
@@ -29,17 +33,15 @@ AttributeView ViewAttribute(X509_ATTRIBUTE* attribute) {
   return {.type = ShortName(X509_ATTRIBUTE_get0_object(attribute)), .der = ValuesOf(attribute)};
 }
 
-std::vector<AttributeView> SignedAttributesOf(const CMS_SignerInfo* signer) {
-  std::vector<AttributeView> views;
-  for (int i = 0; i < CMS_signed_get_attr_count(signer); ++i)
-    views.push_back(ViewAttribute(CMS_signed_get_attr(signer, i)));
-  return views;
-}
+using CountAttributes = int (*)(const CMS_SignerInfo*);
+using GetAttribute = X509_ATTRIBUTE* (*)(const CMS_SignerInfo*, int);
 
-std::vector<AttributeView> UnsignedAttributesOf(const CMS_SignerInfo* signer) {
+std::vector<AttributeView> AttributesOf(const CMS_SignerInfo* signer, CountAttributes count,
+                                        GetAttribute get) {
+  const int attributes = std::max(count(signer), 0);
   std::vector<AttributeView> views;
-  for (int i = 0; i < CMS_unsigned_get_attr_count(signer); ++i)
-    views.push_back(ViewAttribute(CMS_unsigned_get_attr(signer, i)));
+  views.reserve(static_cast<std::size_t>(attributes));
+  for (int i = 0; i < attributes; ++i) views.push_back(ViewAttribute(get(signer, i)));
   return views;
 }
 
@@ -77,8 +79,8 @@ SignerView ViewSigner(CMS_SignerInfo* signer) {
   CMS_SignerInfo_get0_algs(signer, nullptr, nullptr, &digest, &signature);
   view.digest_algorithm = AlgorithmName(digest);
   view.signature_algorithm = AlgorithmName(signature);
-  view.signed_attributes = SignedAttributesOf(signer);
-  view.unsigned_attributes = UnsignedAttributesOf(signer);
+  view.signed_attributes = AttributesOf(signer, CMS_signed_get_attr_count, CMS_signed_get_attr);
+  view.unsigned_attributes = AttributesOf(signer, CMS_unsigned_get_attr_count, CMS_unsigned_get_attr);
   view.message_digest = MessageDigestOf(signer);
   view.signing_time = SigningTimeOf(signer);
   view.signature = OctetsOf(CMS_SignerInfo_get0_signature(signer));
@@ -112,9 +114,10 @@ void FillCerts(MessageView* view) {
   }
   if (!view->certs.empty()) return;
   const std::unique_ptr<STACK_OF(X509), FreeCerts> certs(CMS_get1_certs(view->cms.get()));
-  for (int i = 0; certs != nullptr && i < sk_X509_num(certs.get()); ++i)
+  for (int i = 0; certs != nullptr && i < sk_X509_num(certs.get()); ++i) {
     view->certs.push_back(
         ViewCert(ToDer(sk_X509_value(certs.get(), i), i2d_X509, "encode a certificate"), view->offset));
+  }
 }
 
 void Fill(MessageView* view) {

@@ -1,8 +1,12 @@
+#include "tools/fwpack/view/package_view.h"
+
 #include <limits>
 
 #include "tools/fwpack/tail.h"
 #include "tools/fwpack/view/block_view.h"
-#include "tools/fwpack/view/read_views.h"
+#include "tools/fwpack/view/bundle_view.h"
+#include "tools/fwpack/view/message_view.h"
+#include "tools/fwpack/view/token_view.h"
 
 namespace fwpack {
 namespace {

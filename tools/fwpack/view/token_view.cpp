@@ -1,10 +1,12 @@
+#include "tools/fwpack/view/token_view.h"
+
 #include <algorithm>
 #include <cstring>
 
 #include "tools/fwpack/view/ber.h"
 #include "tools/fwpack/view/decode_stop.h"
+#include "tools/fwpack/view/message_view.h"
 #include "tools/fwpack/view/name_view.h"
-#include "tools/fwpack/view/read_views.h"
 #include "tools/fwpack/view/time_view.h"
 #include "tools/fwpack/visible.h"
 
