@@ -139,12 +139,14 @@ TEST_F(CheckCommand, WarnsOfWhatLintFinds) {
 TEST_F(CheckCommand, PrintsAFailureAsJsonToo) {
   const ToolResult result = Run(files_.path("none"), {"--json"});
   EXPECT_EQ(result.status, 3);
-  EXPECT_THAT(result.err, HasSubstr("none: is no regular file"));
+  EXPECT_THAT(result.err, HasSubstr("none: cannot be opened: No such file or directory"));
   const json document = json::parse(result.out);
-  EXPECT_EQ(document, (json{{"schema", "fwpack-check"},
-                            {"schemaVersion", 1},
-                            {"exitStatus", 3},
-                            {"error", {{"message", files_.path("none") + ": is no regular file"}}}}));
+  EXPECT_EQ(document,
+            (json{{"schema", "fwpack-check"},
+                  {"schemaVersion", 1},
+                  {"exitStatus", 3},
+                  {"error",
+                   {{"message", files_.path("none") + ": cannot be opened: No such file or directory"}}}}));
 }
 
 TEST_F(CheckCommand, PrintsJsonForAPathThatIsNoUtf8) {

@@ -38,6 +38,13 @@ class Check : public testing::Test {
     EXPECT_EQ(status, fwpack::kInputError);
     EXPECT_THAT(what, HasSubstr(text));
   }
+  static void ExpectWarning(const CheckOptions& options, const std::string& rule) {
+    const CheckResult result = fwpack::CheckPackage(options);
+    std::vector<std::string> rules;
+    for (const fwpack::Finding& finding : result.findings) rules.emplace_back(finding.rule->id);
+    EXPECT_THAT(rules, testing::Contains(rule));
+    EXPECT_EQ(fwpack::ExitStatusOf(result), fwpack::kAcceptedWithWarnings);
+  }
   [[nodiscard]] CheckOptions Options() const {
     return {.package = files_.Save("package", Maker().Package({})), .root = files_.root()};
   }
@@ -135,7 +142,7 @@ TEST_F(Check, LeavesTheFlashImageAlone) {
 TEST_F(Check, NamesTheInputThatCannotBeRead) {
   CheckOptions options = Options();
   options.package = files_.path("none");
-  ExpectError(options, "none: is no regular file");
+  ExpectError(options, "none: cannot be opened: No such file or directory");
   options.package = files_.path("");
   ExpectError(options, "is no regular file");
   options = Options();
@@ -147,6 +154,21 @@ TEST_F(Check, NamesTheInputThatCannotBeRead) {
   options = Options();
   options.flash = files_.path("no-image");
   ExpectError(options, "no-image: cannot be opened");
+}
+
+TEST_F(Check, RefusesAnEmptyDeviceCrl) {
+  CheckOptions options = Options();
+  options.device_crl = files_.Save("bundle", Bytes());
+  ExpectError(options, "bundle: is empty: a device without CRLs needs no --device-crl");
+}
+
+TEST_F(Check, WarnsOfADeviceThatKnowsNoCrls) {
+  CheckOptions options = Options();
+  options.device_crl = files_.Save("bundle", der::FromText("no bundle at all"));
+  ExpectWarning(options, "device-crl-unreadable");
+  options.device_crl.reset();
+  options.flash = files_.Save("image", Bytes(1000, 'x'));
+  ExpectWarning(options, "device-flash-lost");
 }
 
 TEST_F(Check, CallsARootThatNoDeviceCanHaveAWrongInput) {

@@ -90,6 +90,18 @@ Sample WithDeviceCrlCrowdedOut() {
   return sample;
 }
 
+Sample OnALostFlash() {
+  Sample sample = Of({});
+  sample.flash_is_lost = true;
+  return sample;
+}
+
+Sample WithStoredText() {
+  Sample sample = Of({});
+  sample.device_crl = Bytes(200, 'x');
+  return sample;
+}
+
 Sample WithStored(pki::Time root_update, pki::Time ca_update) {
   Sample sample = Of({});
   sample.device_crl = BundleOf({.crls = {pki::MakeCrl(Maker().root, {.this_update = root_update}),
@@ -119,6 +131,8 @@ std::vector<Case> BrokenBundles() {
       {"SeventeenBuffers", "capacity-raw-buffers", [] { return WithManyBlocks(11); }, kRefused},
       {"DeviceTakesBuffers", "capacity-raw-buffers", WithManyBlocksOnTheDevice, kRefused},
       {"RevocationUnheard", "capacity-device-crl", WithDeviceCrlCrowdedOut, kAccepted},
+      {"NeitherAreaGood", "device-flash-lost", OnALostFlash, kAccepted},
+      {"NoCrlStored", "device-crl-unreadable", WithStoredText, kAccepted},
       {"RootNewerAndCaOlder", "device-crl-mixed",
        [] { return WithStored(Utc(2024, 5, 20), Utc(2024, 4, 1)); }, kKept},
       {"AllNewer", "device-crl-newer", [] { return WithStored(Utc(2024, 5, 20), Utc(2024, 5, 20)); }, kKept},

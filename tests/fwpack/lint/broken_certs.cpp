@@ -221,6 +221,11 @@ std::vector<Case> NearMisses() {
     for (const Bytes& crl : ManyCrls(10)) plan.crls.push_back(crl);
     return Of(plan);
   });
+  add("DeviceCrlCleared", "device-crl-unreadable", [] {
+    Sample sample = Of({});
+    sample.device_crl = Bytes(32768);
+    return sample;
+  });
   add("SixteenCertificates", "capacity-certificates", [] {
     Plan plan{.der_bundle = true};
     for (std::uint8_t i = 0; i < 12; ++i)

@@ -22,6 +22,7 @@ const world::World& Maker();
 struct Sample {
   Bytes package{};
   std::optional<Bytes> device_crl{};
+  bool flash_is_lost = false;  // the device then has no bundle
 };
 
 /// What goes into a package. As it stands the device accepts it and no rule has anything to say.

@@ -54,7 +54,8 @@ class Look {
     const fwpack::CertView root = fwpack::ViewCert(der::ToText(linttest::Maker().root.der));
     std::optional<fwpack::BundleView> device_crl;
     if (sample.device_crl) device_crl = fwpack::ViewBundle(der::ToText(*sample.device_crl));
-    findings_ = fwpack::Lint({.package = package, .root = root, .device_crl = device_crl});
+    findings_ = fwpack::Lint(
+        {.package = package, .root = root, .device_crl = device_crl, .flash_is_lost = sample.flash_is_lost});
   }
   [[nodiscard]] const std::vector<Finding>& findings() const { return findings_; }
   [[nodiscard]] std::vector<std::string> Rules() const {
@@ -78,6 +79,7 @@ class OnDevice {
   }
   fwpack::DeviceRun Run() {
     if (sample_.device_crl) setup_.flash = fwpack::FlashWithCrl(der::ToText(*sample_.device_crl));
+    if (sample_.flash_is_lost) setup_.flash = std::string(1000, 'x');
     return fwpack::RunDevice(setup_, {"-f", dir_ / "package"});
   }
   fwpack::DeviceRun Backup() {

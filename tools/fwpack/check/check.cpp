@@ -1,8 +1,6 @@
 #include "tools/fwpack/check/check.h"
 
 #include <algorithm>
-#include <fstream>
-#include <system_error>
 
 #include "app/fwvet_messages.h"
 #include "tools/fwpack/check/device_messages.h"
@@ -10,6 +8,7 @@
 #include "tools/fwpack/check/findings.h"
 #include "tools/fwpack/error.h"
 #include "tools/fwpack/files.h"
+#include "tools/fwpack/readable.h"
 #include "tools/fwpack/root.h"
 
 namespace fwpack {
@@ -29,13 +28,6 @@ bool IsAdmitted(const DeviceSetup& setup, const DeviceRun& run) {
   return EndsWith(run, kAdmitted) && EndsWith(RunDevice(setup, {"-version"}), kGenuine);
 }
 
-// A package may be of any size, so that it is not read here.
-void DemandReadable(const fs::path& file) {
-  std::error_code unknown;
-  if (!fs::is_regular_file(file, unknown)) throw Error(file.string() + ": is no regular file");
-  if (!std::ifstream(file, std::ios::binary)) throw Error(file.string() + ": cannot be opened");
-}
-
 // A root that no device can have is a wrong input here, not a verdict on the package.
 std::string RootOf(const fs::path& file) {
   try {
@@ -45,10 +37,16 @@ std::string RootOf(const fs::path& file) {
   }
 }
 
+std::string DeviceCrlOf(const fs::path& file) {
+  std::string crl = ReadSmallFile(file);
+  if (crl.empty()) throw Error(file.string() + ": is empty: a device without CRLs needs no --device-crl");
+  return crl;
+}
+
 DeviceSetup SetupOf(const CheckOptions& options) {
   DeviceSetup setup{.root = RootOf(options.root)};
   if (options.device_crl && options.flash) throw Error("a device CRL and a flash image exclude each other");
-  if (options.device_crl) setup.flash = FlashWithCrl(ReadSmallFile(*options.device_crl));
+  if (options.device_crl) setup.flash = FlashWithCrl(DeviceCrlOf(*options.device_crl));
   if (options.flash) setup.flash = ReadSmallFile(*options.flash);
   return setup;
 }
@@ -82,7 +80,7 @@ void JudgeBackup(const DeviceSetup& setup, const CheckOptions& options, CheckRes
 }  // namespace
 
 CheckResult CheckPackage(const CheckOptions& options) {
-  DemandReadable(options.package);
+  RequireReadable(options.package);
   const DeviceSetup setup = SetupOf(options);
   CheckResult result;
   result.run = RunDevice(setup, ArgumentsOf(options));
@@ -95,7 +93,7 @@ CheckResult CheckPackage(const CheckOptions& options) {
   if (!result.accepted) {
     result.reasons = FindReasons({after, options.package, result.run.process, result.crl_before});
   }
-  result.findings = FindingsOf(options.package, setup.root, result.crl_before);
+  result.findings = FindingsOf(options.package, setup, result.crl_before);
   return result;
 }
 

@@ -2,6 +2,7 @@
 
 #include <openssl/pem.h>
 
+#include "tools/fwpack/flash/flash_image.h"
 #include "tools/fwpack/pem_files.h"
 #include "tools/fwpack/view/bundle_view.h"
 #include "tools/fwpack/view/cert_view.h"
@@ -19,13 +20,14 @@ std::string DerOfPem(const std::string& pem) {
 
 }  // namespace
 
-std::vector<Finding> FindingsOf(const std::filesystem::path& package, const std::string& root,
+std::vector<Finding> FindingsOf(const std::filesystem::path& package, const DeviceSetup& setup,
                                 const std::optional<std::string>& device_crl) {
   const PackageView view = ViewPackage(package);
-  const CertView root_view = ViewCert(DerOfPem(root));
+  const CertView root_view = ViewCert(DerOfPem(setup.root));
   std::optional<BundleView> stored;
   if (device_crl) stored = ViewBundle(*device_crl);
-  return Lint({.package = view, .root = root_view, .device_crl = stored});
+  const bool lost = setup.flash && ViewFlash(*setup.flash).start_up.loses_all;
+  return Lint({.package = view, .root = root_view, .device_crl = stored, .flash_is_lost = lost});
 }
 
 }  // namespace fwpack

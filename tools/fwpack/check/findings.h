@@ -6,13 +6,14 @@
 #include <string>
 #include <vector>
 
+#include "tools/fwpack/device/device_run.h"
 #include "tools/fwpack/lint/lint.h"
 
 namespace fwpack {
 
-/// What lint finds in a package for a device with this padded root and, perhaps, this CRL bundle stored.
-/// Throws Error when the package cannot be read.
-std::vector<Finding> FindingsOf(const std::filesystem::path& package, const std::string& root,
+/// What lint finds in a package for this device, on which this CRL bundle is perhaps stored. Throws Error when
+/// the package cannot be read.
+std::vector<Finding> FindingsOf(const std::filesystem::path& package, const DeviceSetup& setup,
                                 const std::optional<std::string>& device_crl);
 
 }  // namespace fwpack

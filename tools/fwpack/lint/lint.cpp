@@ -88,6 +88,8 @@ constexpr RuleFunction kFunctions[] = {
     {"capacity-certificates", lint::CertificateStore},
     {"capacity-raw-buffers", lint::RawBuffers},
     {"capacity-device-crl", lint::DeviceCrlRoom},
+    {"device-flash-lost", lint::DeviceFlashLost},
+    {"device-crl-unreadable", lint::DeviceCrlUnreadable},
     {"device-crl-mixed", lint::DeviceCrlMixed},
     {"device-crl-newer", lint::DeviceCrlNewer},
 };

@@ -15,6 +15,7 @@ struct LintInput {
   const PackageView& package;
   const CertView& root;                         // that the device has compiled in
   const std::optional<BundleView>& device_crl;  // that is stored on the device
+  bool flash_is_lost = false;                   // neither area of the device's flash is good
 };
 
 /// One rule that something in the package breaks.

@@ -24,6 +24,11 @@ std::optional<LUMO_CRL_PERIOD_STAT> Comparison(const Scene& scene) {
       .CompareWith(DeviceBundle(scene.input.root, stored->bytes));
 }
 
+// A device whose bundle was cleared keeps its zeros.
+bool HoldsNothing(const std::string& bytes) {
+  return std::all_of(bytes.begin(), bytes.end(), [](char byte) { return byte == 0; });
+}
+
 // Whether the device decodes what could not be decoded here.
 bool DeviceReadsAt(const BundleView& bundle, std::uint64_t offset) {
   const auto reads = [offset](const auto& view) {
@@ -97,6 +102,16 @@ void IgnoredPart(const Scene& scene, Report& report) {
     if (!DeviceReadsAt(*bundle, stop.offset))
       report.Add("the bundle at offset " + std::to_string(stop.offset), stop.reason);
   }
+}
+
+void DeviceFlashLost(const Scene& scene, Report& report) {
+  if (scene.input.flash_is_lost) report.Add("the flash image");
+}
+
+void DeviceCrlUnreadable(const Scene& scene, Report& report) {
+  const auto& stored = scene.input.device_crl;
+  if (stored && !HoldsNothing(stored->bytes) && Decodable(stored->crls) == 0)
+    report.Add("the device's bundle", std::to_string(stored->bytes.size()) + " bytes");
 }
 
 void DeviceCrlMixed(const Scene& scene, Report& report) {

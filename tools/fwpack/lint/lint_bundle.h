@@ -14,6 +14,8 @@ void NoCertificate(const Scene& scene, Report& report);
 void CrlNotValid(const Scene& scene, Report& report);
 void DuplicateIssuer(const Scene& scene, Report& report);
 void IgnoredPart(const Scene& scene, Report& report);
+void DeviceFlashLost(const Scene& scene, Report& report);
+void DeviceCrlUnreadable(const Scene& scene, Report& report);
 void DeviceCrlMixed(const Scene& scene, Report& report);
 void DeviceCrlNewer(const Scene& scene, Report& report);
 

@@ -289,6 +289,16 @@ inline constexpr LintRule kLintRules[] = {
      .explanation =
          "the device's own CRL bundle does not fit beside this package: it is ignored in the judgement",
      .remedy = "use DER for signature and bundle, and leave out the CRLs that no chain needs"},
+    {.id = "device-flash-lost",
+     .severity = Severity::kWarning,
+     .explanation =
+         "neither area of the flash image is good: the device starts with an empty one, without CRLs",
+     .remedy = "give the image of a working device, or make one with `fwpack flash create` and `put`"},
+    {.id = "device-crl-unreadable",
+     .severity = Severity::kWarning,
+     .explanation =
+         "the device decodes no CRL in the bundle that it has stored: it is ignored in the judgement",
+     .remedy = "give the bundle that `fwpack crl` made, or the piece that holds it, from a working device"},
     {.id = "device-crl-mixed",
      .severity = Severity::kWarning,
      .explanation = "this bundle and the device's compare as mixed: the device keeps what it has",

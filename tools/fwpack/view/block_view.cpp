@@ -4,6 +4,7 @@
 
 #include "pieces/make_crc.h"
 #include "tools/fwpack/error.h"
+#include "tools/fwpack/readable.h"
 #include "tools/fwpack/tail.h"
 
 namespace fwpack {
@@ -42,8 +43,8 @@ void ReadPayload(PackageFile& file, BlockView* view) {
 }  // namespace
 
 PackageFile::PackageFile(const std::filesystem::path& path) : path_(path) {
+  RequireReadable(path);
   std::error_code error;
-  if (!std::filesystem::is_regular_file(path, error)) throw Error(path.string() + ": is no readable file");
   size_ = std::filesystem::file_size(path, error);
   file_.open(path, std::ios::binary);
   if (error || !file_) throw Error(path.string() + ": cannot be opened for reading");

@@ -11,7 +11,7 @@ namespace fwpack {
 
 /// A package, blocks and all that is in them. Throws Error when the file cannot be read, never for what it
 /// holds.
-PackageView ViewPackage(const std::filesystem::path& file);
+PackageView ViewPackage(const std::filesystem::path& path);
 
 }  // namespace fwpack
 
