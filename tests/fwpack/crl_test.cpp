@@ -138,7 +138,7 @@ TEST(CrlBundle, RefusesWhatThePkiDoesNotHave) {
     std::function<void(CrlBundleOptions&)> change;
   };
   const Case cases[] = {
-      {"nobody.pem: cannot be opened",
+      {"--revoke: 'nobody' is no certificate of",
        [](CrlBundleOptions& o) { o.revocations = {ParseRevocation("nobody")}; }},
       {"'signer' is no issuer", [](CrlBundleOptions& o) { o.issuers = {"signer"}; }},
       {"whose CRL is not made new",
@@ -148,7 +148,10 @@ TEST(CrlBundle, RefusesWhatThePkiDoesNotHave) {
        }},
       {"--next-update", [](CrlBundleOptions& o) { o.next_update = o.this_update; }},
       {"no digest", [](CrlBundleOptions& o) { o.digest = "md5"; }},
-      {"root.pem: cannot be opened", [](CrlBundleOptions& o) { o.pki = "/nowhere"; }},
+      {"there are issuing-ca, root, signer, signer2, tsa, tsa-ca",
+       [](CrlBundleOptions& o) { o.revocations = {ParseRevocation("bundle")}; }},
+      {"/nowhere: is no development PKI; `fwpack devpki` makes one",
+       [](CrlBundleOptions& o) { o.pki = "/nowhere"; }},
   };
   for (const Case& c : cases) {
     const ScratchDir dir;

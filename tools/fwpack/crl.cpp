@@ -22,17 +22,26 @@ struct Issuer {
   CrlSpec crl{};
 };
 
+// "root, signer, tsa".
+std::string Listed(const std::vector<std::string>& names) {
+  std::string list;
+  for (const std::string& name : names) list += (list.empty() ? "" : ", ") + name;
+  return list;
+}
+
 class BundleMaker {
  public:
   explicit BundleMaker(const CrlBundleOptions& options) : options_(options) {
     this_update_ = options.this_update ? *options.this_update : Now();
     next_update_ = options.next_update.value_or(this_update_ + kDefaultLifetime);
     if (next_update_ <= this_update_) throw Error("--next-update is not later than --this-update");
+    RequirePki();
     RequireKnownIssuers();
     for (std::size_t i = 0; i < issuers_.size(); ++i) LoadIssuer(issuers_[i], kPkiIssuers[i]);
   }
 
   void Revoke(const Revocation& revocation) {
+    RequireName(revocation.name);
     CertPtr cert = LoadCert(options_.pki / (revocation.name + ".pem"));
     const auto issuer = std::find_if(issuers_.begin(), issuers_.end(), [&cert](const Issuer& candidate) {
       return IsIssuedBy(cert.get(), candidate.cert.get());
@@ -55,6 +64,24 @@ class BundleMaker {
   }
 
  private:
+  void RequirePki() const {
+    std::error_code unknown;
+    if (std::filesystem::exists(options_.pki / "root.pem", unknown)) return;
+    throw Error(options_.pki.string() + ": is no development PKI; `fwpack devpki` makes one");
+  }
+
+  void RequireName(const std::string& name) const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(options_.pki)) {
+      const bool is_cert = entry.path().extension() == ".pem" && entry.path().stem() != "bundle";
+      if (is_cert) names.push_back(entry.path().stem().string());
+    }
+    if (std::find(names.begin(), names.end(), name) != names.end()) return;
+    std::sort(names.begin(), names.end());
+    throw Error("--revoke: '" + name + "' is no certificate of " + options_.pki.string() + "; there are " +
+                Listed(names));
+  }
+
   void RequireKnownIssuers() const {
     for (const std::string& name : options_.issuers) {
       if (std::find(kPkiIssuers.begin(), kPkiIssuers.end(), name) == kPkiIssuers.end()) {

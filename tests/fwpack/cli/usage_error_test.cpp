@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "tools/fwpack/cli/app.h"
@@ -92,6 +93,33 @@ TEST(ErrorLine, KeepsUtf8ButNothingThatATerminalObeys) {
                              "2J\x1B[2J\xC2\xA7"});
   EXPECT_EQ(said.status, 3);
   EXPECT_THAT(said.err, testing::StartsWith("fwpack: /gr\xC3\xBC\xC3\x9F  2J [2J\xC2\xA7: "));
+}
+
+class Failure : public testing::TestWithParam<const char*> {};
+INSTANTIATE_TEST_SUITE_P(Programs, Failure, testing::Values("check", "flash", "inspect"));
+
+TEST_P(Failure, IsADocumentForThoseWhoAskForJson) {
+  const std::string command = GetParam();
+  const Said said = RunWith({command, "--json", "--bogus"});
+  EXPECT_EQ(said.status, 3);
+  const auto document = nlohmann::json::parse(said.out);
+  EXPECT_EQ(document["schema"], "fwpack-" + command);
+  EXPECT_EQ(document["schemaVersion"], 1);
+  EXPECT_EQ(document["exitStatus"], 3);
+  EXPECT_EQ(document["error"]["message"].get<std::string>() + "\n", said.err);
+}
+
+TEST(Failure, IsALineAloneForTheRest) {
+  EXPECT_EQ(RunWith({"check", "--bogus"}).out, "");
+  EXPECT_EQ(RunWith({"sign", "--json"}).out, "");
+  EXPECT_EQ(RunWith({"check", "--", "--json"}).out, "");
+}
+
+TEST(Failure, OfAnInputIsADocumentToo) {
+  const Said said = RunWith({"flash", "nowhere/image", "list", "--json"});
+  EXPECT_EQ(said.status, 3);
+  EXPECT_EQ(nlohmann::json::parse(said.out)["error"]["message"],
+            "nowhere/image: cannot be opened: No such file or directory");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include "tools/fwpack/cli/command_info.h"
 #include "tools/fwpack/cli/commands.h"
+#include "tools/fwpack/cli/failure_document.h"
 #include "tools/fwpack/cli/usage_error.h"
 #include "tools/fwpack/error.h"
 
@@ -62,26 +63,39 @@ class HelpFormat : public CLI::Formatter {
   }
 };
 
+struct Call {
+  const std::vector<std::string>& arguments;
+  std::ostream& out;
+  std::ostream& err;
+};
+
 // One line, whatever a file name or a certificate put into it. UTF-8 stays, but for its control characters,
 // U+0080 to U+009F.
-int Complain(std::ostream& err, std::string text, int exit_status) {
+std::string OneLine(std::string text) {
   std::replace_if(
       text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == '\x7f'; }, ' ');
   for (std::size_t at = text.find('\xC2'); at < text.size() - 1; at = text.find('\xC2', at + 1)) {
     if (static_cast<unsigned char>(text[at + 1]) < 0xA0) text.replace(at, 2, 2, ' ');
   }
-  err << text << "\n";
+  return text + "\n";
+}
+
+// Programs read the document, if they asked for one, people the line.
+int Fail(const Call& call, const std::string& begin, const std::string& message, int exit_status) {
+  if (exit_status == kInputError) call.out << FailureDocument(call.arguments, message);
+  call.err << OneLine(begin + message);
   return exit_status;
 }
 
-int Parse(CLI::App& app, const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err) {
+int Parse(CLI::App& app, const Call& call) {
   try {
-    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    app.parse(std::vector<std::string>(call.arguments.rbegin(), call.arguments.rend()));
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return app.exit(error, out, err);
-    return Complain(err, ExplainUsageError(app, error), kInputError);
+    const bool is_done = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success);
+    if (is_done) return app.exit(error, call.out, call.err);
+    return Fail(call, "", ExplainUsageError(app, error), kInputError);
   }
-  if (app.get_subcommands().empty()) return Complain(err, ExplainMissingCommand(app), kInputError);
+  if (app.get_subcommands().empty()) return Fail(call, "", ExplainMissingCommand(app), kInputError);
   return kAccepted;
 }
 
@@ -104,15 +118,16 @@ std::shared_ptr<CLI::App> BuildApp(int& exit_status) {
 }
 
 int RunProgram(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err) {
+  const Call call{arguments, out, err};
   int exit_status = kAccepted;
   try {
     const std::shared_ptr<CLI::App> app = BuildApp(exit_status);
-    const int parsed = Parse(*app, arguments, out, err);
+    const int parsed = Parse(*app, call);
     return parsed == kAccepted ? exit_status : parsed;
   } catch (const Error& error) {
-    return Complain(err, std::string("fwpack: ") + error.what(), error.exit_status());
+    return Fail(call, "fwpack: ", error.what(), error.exit_status());
   } catch (const std::exception& error) {
-    return Complain(err, std::string("fwpack: ") + error.what(), kInputError);
+    return Fail(call, "fwpack: ", error.what(), kInputError);
   }
 }
 

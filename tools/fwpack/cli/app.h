@@ -20,7 +20,8 @@ std::string VersionText();
 std::shared_ptr<CLI::App> BuildApp(int& exit_status);
 
 /// Runs the program with these arguments (without its name) and returns its exit status. Help and version go
-/// to `out`, the one line that an error ends with to `err`.
+/// to `out`, as does the document of a failure when the arguments ask for JSON; the one line that an error
+/// ends with goes to `err`.
 int RunProgram(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err);
 
 }  // namespace fwpack

@@ -6,7 +6,6 @@
 
 #include "tools/fwpack/check/check.h"
 #include "tools/fwpack/check/report.h"
-#include "tools/fwpack/error.h"
 
 namespace fwpack {
 namespace {
@@ -16,21 +15,9 @@ struct CheckCommand {
   bool json = false;
 };
 
-int RunAsJson(const CheckOptions& options) {
-  try {
-    const CheckResult result = CheckPackage(options);
-    std::cout << CheckJson(options, result);
-    return ExitStatusOf(result);
-  } catch (const Error& error) {
-    // Programs read the document, people the line that the error ends in.
-    std::cout << CheckErrorJson(error.what());
-    throw;
-  }
-}
-
-int RunAsText(const CheckOptions& options) {
-  const CheckResult result = CheckPackage(options);
-  std::cout << CheckText(options, result);
+int Run(const CheckCommand& command) {
+  const CheckResult result = CheckPackage(command.check);
+  std::cout << (command.json ? CheckJson(command.check, result) : CheckText(command.check, result));
   return ExitStatusOf(result);
 }
 
@@ -62,11 +49,9 @@ void AddCheckCommand(CLI::App& app, int& exit_status) {
       ->excludes(crl);
   command.add_flag("--backup", options->check.backup,
                    "Also tell what the device would store with \"-backup\"");
-  command.add_flag("--json", options->json, "Print the result as JSON, failures to make the check included");
+  command.add_flag("--json", options->json, "Print the result as JSON, failures included");
   command.footer(kExamples);
-  command.callback([options, &exit_status] {
-    exit_status = options->json ? RunAsJson(options->check) : RunAsText(options->check);
-  });
+  command.callback([options, &exit_status] { exit_status = Run(*options); });
 }
 
 }  // namespace fwpack

@@ -49,18 +49,24 @@ int StatusOf(const FlashView& view) {
 
 using TextOf = std::string (*)(const FlashView&);
 
-FlashView Report(const FlashOptions& options, TextOf text) {
+FlashView Look(const FlashOptions& options) {
   const std::string image = Load(options.image);
-  FlashView view = WithName(options.image, [&] { return ViewFlash(image); });
+  return WithName(options.image, [&] { return ViewFlash(image); });
+}
+
+FlashView Report(const FlashOptions& options, TextOf text) {
+  FlashView view = Look(options);
   std::cout << (options.json ? FlashJson(view) : text(view));
   return view;
 }
 
+int RequireStart(const FlashOptions& options, const FlashView& view) {
+  if (view.start_up.works) return kAccepted;
+  throw Error(options.image.string() + ": a device would not start on this image", kRefused);
+}
+
 int List(const FlashOptions& options) {
-  const FlashView view = Report(options, FlashListText);
-  if (!view.start_up.works)
-    throw Error(options.image.string() + ": a device would not start on this image", kRefused);
-  return kAccepted;
+  return RequireStart(options, Report(options, FlashListText));
 }
 
 int Show(const FlashOptions& options) {
@@ -97,12 +103,11 @@ int Put(const FlashOptions& options) {
 }
 
 int Repair(const FlashOptions& options) {
-  const FlashView view = Report(options, FlashVerifyText);
-  if (options.dry_run) return StatusOf(view);
-  if (!view.start_up.works)
-    throw Error(options.image.string() + ": a device would not start on this image", kRefused);
-  if (!view.start_up.is_idle()) WriteFile(options.image, view.start_up.flash);
-  return kAccepted;
+  if (options.dry_run) return Verify(options);
+  const FlashView view = Look(options);
+  if (view.start_up.works && !view.start_up.is_idle()) WriteFile(options.image, view.start_up.flash);
+  std::cout << (options.json ? FlashJson(view) : FlashVerifyText(view));
+  return RequireStart(options, view);
 }
 
 // What the commands of "flash" are added with.
@@ -121,7 +126,8 @@ struct Adder {
   CLI::App& AddReport(const char* name, const char* description, int (*run)(const FlashOptions&),
                       const char* example) const {
     CLI::App& command = Add(name, description, run, example);
-    command.add_flag("--json", options->json, "Print all that is known of the image as JSON");
+    command.add_flag("--json", options->json,
+                     "Print all that is known of the image as JSON, failures included");
     return command;
   }
   void AddName(CLI::App& command) const {

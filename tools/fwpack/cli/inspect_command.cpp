@@ -4,7 +4,6 @@
 #include <iostream>
 #include <memory>
 
-#include "tools/fwpack/error.h"
 #include "tools/fwpack/view/inspect.h"
 #include "tools/fwpack/view/inspect_json.h"
 #include "tools/fwpack/view/inspect_text.h"
@@ -18,21 +17,9 @@ struct InspectCommand {
   bool json = false;
 };
 
-int RunAsJson(const InspectCommand& command) {
-  try {
-    const Inspection inspection = Inspect(command.file, KindNamed(command.kind));
-    std::cout << InspectJson(inspection);
-    return ExitStatusOf(inspection);
-  } catch (const Error& error) {
-    // Programs read the document, people the line that the error ends in.
-    std::cout << InspectErrorJson(error.what());
-    throw;
-  }
-}
-
-int RunAsText(const InspectCommand& command) {
+int Run(const InspectCommand& command) {
   const Inspection inspection = Inspect(command.file, KindNamed(command.kind));
-  std::cout << InspectText(inspection);
+  std::cout << (command.json ? InspectJson(inspection) : InspectText(inspection));
   return ExitStatusOf(inspection);
 }
 
@@ -58,11 +45,9 @@ void AddInspectCommand(CLI::App& app, int& exit_status) {
       ->check(CLI::IsMember({"auto", "package", "tail", "bundle", "cert", "signature"}))
       ->type_name("KIND")
       ->capture_default_str();
-  command.add_flag("--json", options->json,
-                   "Print what is found as JSON, failures to read the file included");
+  command.add_flag("--json", options->json, "Print what is found as JSON, failures included");
   command.footer(kExamples);
-  command.callback(
-      [options, &exit_status] { exit_status = options->json ? RunAsJson(*options) : RunAsText(*options); });
+  command.callback([options, &exit_status] { exit_status = Run(*options); });
 }
 
 }  // namespace fwpack

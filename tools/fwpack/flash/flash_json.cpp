@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tools/fwpack/error.h"
 #include "tools/fwpack/flash/flash_text.h"
 #include "tools/fwpack/visible.h"
 
@@ -63,18 +64,29 @@ Json ToJson(const FlashView& view, const StartUp& start_up) {
           {"action", StartUpText(view)}};
 }
 
+Json Head() {
+  return {{"schema", "fwpack-flash"}, {"schemaVersion", kSchemaVersion}};
+}
+
 }  // namespace
 
 std::string FlashJson(const FlashView& view) {
-  const Json document = {{"schema", "fwpack-flash"},
-                         {"schemaVersion", kSchemaVersion},
-                         {"size", view.size},
-                         {"main", ToJson(view.main)},
-                         {"spare", ToJson(view.spare)},
-                         {"areasAreEqual", view.areas_are_equal},
-                         {"startUp", ToJson(view, view.start_up)},
-                         {"files", ToJson(view.start_up.pieces)}};
+  Json document = Head();
+  document["size"] = view.size;
+  document["main"] = ToJson(view.main);
+  document["spare"] = ToJson(view.spare);
+  document["areasAreEqual"] = view.areas_are_equal;
+  document["startUp"] = ToJson(view, view.start_up);
+  document["files"] = ToJson(view.start_up.pieces);
   return document.dump(2) + "\n";
+}
+
+// What is no UTF-8, in a path, is replaced: the document must be readable whatever a file is called.
+std::string FlashErrorJson(const std::string& message) {
+  Json document = Head();
+  document["exitStatus"] = kInputError;
+  document["error"] = {{"message", message}};
+  return document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
 }  // namespace fwpack

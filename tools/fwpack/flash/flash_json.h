@@ -11,6 +11,9 @@ namespace fwpack {
 /// printable ASCII in a name is escaped as in texts. docs/flash-format.md describes it.
 std::string FlashJson(const FlashView& view);
 
+/// The document that stands for an image that cannot be looked into.
+std::string FlashErrorJson(const std::string& message);
+
 }  // namespace fwpack
 
 #endif
