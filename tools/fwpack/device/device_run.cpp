@@ -71,7 +71,7 @@ std::optional<std::string> CrlOnFlash(const std::string& flash) {
   const ScratchFlash copy(flash);
   UseFlashFile(copy.file());
   const IsolatedRun run = RunIsolated(PrintCrl);
-  if (run.signal != 0) throw Error("the device's code crashed while it read its CRL");
+  if (run.signal != 0) throw Error("reading its CRL, the device's code " + EndBySignal(run));
   if (run.exit_status != kFound) return std::nullopt;
   return LastRecord(run.output);
 }

@@ -60,7 +60,7 @@ PiecesRun RunPieces(const std::optional<std::string>& image,
                           .memory = reports.path() / "memory"};
   UseFlashFile(flash.file());
   const IsolatedRun process = RunIsolated([&] { return StartAndWork(work, files); });
-  if (process.signal != 0) throw Error("the device's file system crashed on this image");
+  if (process.signal != 0) throw Error("on this image, the device's file system " + EndBySignal(process));
   if (process.exit_status == kCannotReport) throw Error("a scratch file cannot be written");
   PiecesRun run{.started = process.exit_status == kStarted, .output = process.output};
   const std::string status = ReadSmallFile(files.status);
