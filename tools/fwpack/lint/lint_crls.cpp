@@ -4,7 +4,6 @@
 
 #include "tools/fwpack/lint/lint_certs.h"
 #include "tools/fwpack/view/name_view.h"
-#include "verify/lumo_pki_store.h"
 
 namespace fwpack::lint {
 namespace {
@@ -46,29 +45,19 @@ PointPtr PointOf(const CrlView& crl) {
       X509_CRL_get_ext_d2i(crl.x509.get(), NID_issuing_distribution_point, nullptr, nullptr)));
 }
 
-// A certificate that bears the issuer's name and whose key verifies the CRL, whatever its usages; or null.
-const CertView* KeyOwner(const Scene& scene, const CrlView& crl) {
-  const auto owns = [&crl](const CertView& cert) {
-    // What the device cannot verify with, it is not worth while to try.
-    if (cert.key_bits == 0 || cert.key_bits > kMaxKeyBits) return false;
-    if (cert.subject.der != crl.issuer.der) return false;
-    EVP_PKEY* key = X509_get0_pubkey(cert.x509.get());
-    return key != nullptr && X509_CRL_verify(crl.x509.get(), key) == 1;
-  };
-  if (owns(scene.input.root)) return &scene.input.root;
-  const auto found = std::find_if(scene.certs.begin(), scene.certs.end(),
-                                  [&owns](const PlacedCert& placed) { return owns(placed.cert); });
-  (void)TakeOpenSslReasons();
-  return found == scene.certs.end() ? nullptr : &found->cert;
-}
-
 bool MaySignCrls(const CertView& cert) {
   return std::find(cert.key_usages.begin(), cert.key_usages.end(), "cRLSign") != cert.key_usages.end();
 }
 
-bool DeviceFindsIssuer(const Scene& scene, const CrlView& crl) {
-  const DeviceCrl decoded(scene.store.vrf(), crl);
-  return decoded.get() != nullptr && lumo_pki_find_crl_issuer(scene.store.vrf(), decoded.get()) != nullptr;
+// Calls `look` for each CRL that the device decodes and to which it finds no issuer, with the owner of its
+// key or null; not for those of which nothing is known.
+template <class Look>
+void ForEachWithoutIssuer(const Scene& scene, Look look) {
+  ForEachCrl(scene, [&scene, &look](const CrlView& crl, const std::string& where) {
+    if (crl.device_code != LUMO_OK) return;
+    const CrlIssuer& issuer = scene.crl_issuers.Of(scene, crl);
+    if (issuer.is_known && !issuer.device_finds) look(issuer.key_owner, where);
+  });
 }
 
 }  // namespace
@@ -105,18 +94,15 @@ void CrlDigest(const Scene& scene, Report& report) {
 }
 
 void IssuerWithoutCrlSign(const Scene& scene, Report& report) {
-  ForEachCrl(scene, [&scene, &report](const CrlView& crl, const std::string& where) {
-    if (crl.device_code != LUMO_OK || DeviceFindsIssuer(scene, crl)) return;
-    const CertView* owner = KeyOwner(scene, crl);
+  ForEachWithoutIssuer(scene, [&report](const CertView* owner, const std::string& where) {
     if (owner != nullptr && !MaySignCrls(*owner))
       report.Add(where, "verified by the key of " + WhereOf(*owner));
   });
 }
 
 void CrlIssuerMissing(const Scene& scene, Report& report) {
-  ForEachCrl(scene, [&scene, &report](const CrlView& crl, const std::string& where) {
-    if (crl.device_code != LUMO_OK || DeviceFindsIssuer(scene, crl)) return;
-    if (KeyOwner(scene, crl) == nullptr) report.Add(where);
+  ForEachWithoutIssuer(scene, [&report](const CertView* owner, const std::string& where) {
+    if (owner == nullptr) report.Add(where);
   });
 }
 

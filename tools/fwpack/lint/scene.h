@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/fwpack/lint/crl_issuers.h"
 #include "tools/fwpack/lint/device_store.h"
 #include "tools/fwpack/lint/lint.h"
 
@@ -31,6 +32,7 @@ struct Scene {
   /// Signature and token, those that are there, with what they are called.
   std::vector<std::pair<const MessageView*, const char*>> messages{};
   std::optional<UtcTime> stamped{};  // as the device reads it
+  mutable CrlIssuers crl_issuers{};  // found when a rule first asks, and then remembered
 
   /// The view of a certificate of the store; null when there is none, as for one that only the device reads.
   [[nodiscard]] const CertView* ViewOf(const LUMO_X509_CERT& cert) const;
