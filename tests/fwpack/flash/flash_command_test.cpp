@@ -64,6 +64,11 @@ TEST_F(FlashCommand, NeverMakesAnImageOverAFile) {
   EXPECT_EQ(ReadText(image_), "precious");
 }
 
+TEST_F(FlashCommand, ListSaysThatNeitherAreaIsGood) {
+  packtest::WriteText(image_, std::string(1000, 'x'));
+  EXPECT_EQ(Done({"list"}), "no files: neither area is good\n");
+}
+
 TEST_F(FlashCommand, LeavesTheImageAloneWhenItCannotStore) {
   Done({"create"});
   const std::string before = ReadText(image_);

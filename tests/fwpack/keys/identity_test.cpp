@@ -72,7 +72,9 @@ TEST_F(LoadIdentityFrom, Pkcs12WithoutMacAndEncryption) {
 
 TEST_F(LoadIdentityFrom, Pkcs12WithTheCertificateNamedApart) {
   const std::string file = Pkcs12({"-nocerts", "-passout", "pass:"});
-  EXPECT_THAT(LoadError({file, "", {}}), HasSubstr("no certificate beside the key"));
+  EXPECT_THAT(
+      LoadError({file, "", {}}),
+      HasSubstr("no certificate comes with this key; name its file with --signer-cert or --tsa-cert"));
   EXPECT_TRUE(SignsAs(LoadIdentity({file, Pki("signer.pem"), {}}), Pki("signer.pem")));
 }
 
@@ -128,7 +130,9 @@ TEST_F(LoadIdentityFrom, WhatIsNoKeyIsRefused) {
   }
   EXPECT_THAT(LoadError({dir_ / "absent", Pki("signer.pem"), {}}), HasSubstr("absent: cannot be opened"));
   EXPECT_THAT(LoadError({Pki("signer.key"), dir_ / "absent", {}}), HasSubstr("absent: cannot be opened"));
-  EXPECT_THAT(LoadError({Pki("signer.key"), "", {}}), HasSubstr("no certificate beside the key"));
+  EXPECT_THAT(
+      LoadError({Pki("signer.key"), "", {}}),
+      HasSubstr("no certificate comes with this key; name its file with --signer-cert or --tsa-cert"));
 }
 
 TEST_F(LoadIdentityFrom, ADamagedPkcs12FileIsRefusedWhereverItIsDamaged) {

@@ -156,7 +156,10 @@ TEST_F(Token, GoesWithACertificateFromAFileOrOfAnotherName) {
 }
 
 TEST_F(Token, WithoutACertificateNeedsOneNamed) {
-  ExpectRefused(Source(kBareUri, "", kPin), HasSubstr("object=bare: no certificate beside the key"));
+  ExpectRefused(
+      Source(kBareUri, "", kPin),
+      HasSubstr(
+          "object=bare: no certificate comes with this key; name its file with --signer-cert or --tsa-cert"));
   ExpectRefused(Source(kBareUri, kBareUri, kPin), HasSubstr("no such certificate"));
   ExpectSigns(Source(kBareUri, Pki("signer2.pem"), kPin), Pki("signer2.pem"));
 }

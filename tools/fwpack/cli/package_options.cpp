@@ -254,7 +254,7 @@ void AddIdentityOptions(CLI::App& command, const std::string& prefix, IdentitySo
   if (is_signer) key->required();
   command
       .add_option("--" + prefix + "-cert", source.cert,
-                  "Certificate of the " + who + "; default: the one beside its key")
+                  "Certificate of the " + who + "; default: the one in the PKCS #12 file or token")
       ->type_name("FILE|URI");
   AddPassphraseOptions(command, is_signer ? "--" : "--tsa-", source.passphrase);
 }

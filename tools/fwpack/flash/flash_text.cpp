@@ -73,6 +73,7 @@ void WriteArea(std::ostream& out, const char* name, const AreaView& area) {
 
 std::string FlashListText(const FlashView& view) {
   std::ostringstream out;
+  if (view.start_up.loses_all) out << "no files: neither area is good\n";
   for (const PieceView& piece : view.start_up.pieces) {
     const std::string meaning = MeaningOf(piece.name, ContentOf(view.start_up, piece));
     out << Visible(piece.name) << "  " << piece.size << " bytes" << (meaning.empty() ? "" : "  ") << meaning

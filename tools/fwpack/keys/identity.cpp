@@ -52,7 +52,8 @@ Identity LoadIdentity(const IdentitySource& source) {
   const std::string key = Shown(source.key);
   RequireRsa(identity, key);
   if (CertPtr named = LoadNamedCert(source)) identity.cert = std::move(named);
-  if (identity.cert == nullptr) throw Error(key + ": no certificate beside the key; name where it is");
+  if (identity.cert == nullptr)
+    throw Error(key + ": no certificate comes with this key; name its file with --signer-cert or --tsa-cert");
   RequireCertOfKey(identity, source.cert.empty() ? key : Shown(source.cert), key);
   return identity;
 }
