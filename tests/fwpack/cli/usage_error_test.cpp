@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "tests/support/json_schema.h"
 #include "tools/fwpack/cli/app.h"
 
 namespace {
@@ -102,7 +102,7 @@ TEST_P(Failure, IsADocumentForThoseWhoAskForJson) {
   const std::string command = GetParam();
   const Said said = RunWith({command, "--json", "--bogus"});
   EXPECT_EQ(said.status, 3);
-  const auto document = nlohmann::json::parse(said.out);
+  const auto document = CheckedDocument(command, said.out);
   EXPECT_EQ(document["schema"], "fwpack-" + command);
   EXPECT_EQ(document["schemaVersion"], 1);
   EXPECT_EQ(document["exitStatus"], 3);
@@ -118,7 +118,7 @@ TEST(Failure, IsALineAloneForTheRest) {
 TEST(Failure, OfAnInputIsADocumentToo) {
   const Said said = RunWith({"flash", "nowhere/image", "list", "--json"});
   EXPECT_EQ(said.status, 3);
-  EXPECT_EQ(nlohmann::json::parse(said.out)["error"]["message"],
+  EXPECT_EQ(CheckedDocument("flash", said.out)["error"]["message"],
             "nowhere/image: cannot be opened: No such file or directory");
 }
 

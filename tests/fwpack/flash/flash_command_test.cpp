@@ -1,12 +1,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "tests/fwpack/fwpack_fixture.h"
 #include "tests/support/flash_model.h"
+#include "tests/support/json_schema.h"
 #include "tools/fwpack/device/device_run.h"
 
 namespace {
@@ -108,13 +108,20 @@ TEST_F(FlashCommand, ReportsAsJson) {
   for (const char* command : {"list", "show", "verify", "repair"}) {
     std::vector<std::string> arguments{command, "--json"};
     if (std::string(command) == "repair") arguments.emplace_back("--dry-run");
-    const auto json = nlohmann::json::parse(Flash(arguments).out);
+    const auto json = CheckedDocument("flash", Flash(arguments).out);
     EXPECT_EQ(json["schema"], "fwpack-flash");
     EXPECT_EQ(json["schemaVersion"], 1);
     EXPECT_TRUE(json["main"]["good"]);
     EXPECT_FALSE(json["spare"]["good"]);
     EXPECT_EQ(json["files"][0]["name"], "CmsCrl");
     EXPECT_TRUE(json["startUp"]["rewritesSpare"]);
+  }
+}
+
+TEST_F(FlashCommand, ReportsAnythingAsJson) {
+  for (const std::string& image : {std::string(), std::string(1000, 'x'), std::string(1U << 20U, '\xff')}) {
+    packtest::WriteText(image_, image);
+    EXPECT_EQ(CheckedDocument("flash", Flash({"show", "--json"}).out)["size"], image.size());
   }
 }
 

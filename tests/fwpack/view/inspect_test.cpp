@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/fwpack/view/json_schema.h"
 #include "tests/fwpack/view/view_fixture.h"
+#include "tests/support/json_schema.h"
 #include "tools/fwpack/error.h"
 #include "tools/fwpack/view/inspect_json.h"
 #include "tools/fwpack/view/inspect_text.h"

@@ -1,5 +1,5 @@
-#ifndef FWVET_TESTS_FWPACK_VIEW_JSON_SCHEMA_H
-#define FWVET_TESTS_FWPACK_VIEW_JSON_SCHEMA_H
+#ifndef FWVET_TESTS_SUPPORT_JSON_SCHEMA_H
+#define FWVET_TESTS_SUPPORT_JSON_SCHEMA_H
 
 #include <nlohmann/json.hpp>
 #include <string>
@@ -9,5 +9,9 @@
 /// const, enum, pattern, minimum, maximum, properties, required, additionalProperties: false, items, $ref to
 /// #/$defs, oneOf, anyOf and not; throws std::invalid_argument for any other that could demand something.
 std::vector<std::string> SchemaFaults(const nlohmann::json& schema, const nlohmann::json& document);
+
+/// The document in `text`; fails the test with the places where it does not fit the schema that
+/// docs/fwpack-COMMAND.schema.json is.
+nlohmann::json CheckedDocument(const std::string& command, const std::string& text);
 
 #endif

@@ -1,6 +1,9 @@
-#include "tests/fwpack/view/json_schema.h"
+#include "tests/support/json_schema.h"
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
 #include <map>
 #include <regex>
 #include <set>
@@ -135,4 +138,12 @@ class Validator {
 
 std::vector<std::string> SchemaFaults(const nlohmann::json& schema, const nlohmann::json& document) {
   return Validator(schema).Check(schema, document, "");
+}
+
+nlohmann::json CheckedDocument(const std::string& command, const std::string& text) {
+  std::ifstream file(FWVET_DOCS "/fwpack-" + command + ".schema.json");
+  const nlohmann::json schema = nlohmann::json::parse(file);
+  const nlohmann::json document = nlohmann::json::parse(text);
+  for (const std::string& fault : SchemaFaults(schema, document)) ADD_FAILURE() << fault;
+  return document;
 }
