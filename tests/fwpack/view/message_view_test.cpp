@@ -101,6 +101,20 @@ TEST(MessageView, StopsWhereTheFramingBreaks) {
   EXPECT_THAT(view.stop->reason, HasSubstr("no CMS SignedData: at byte 0 of it an element claims"));
 }
 
+TEST(MessageView, ShowsTheCertificatesBesideADamagedOne) {
+  std::string signature = Signature();
+  const MessageView sound = ViewMessage(signature);
+  constexpr std::size_t kVersionTag = 8;  // behind the heads of Certificate and TBSCertificate
+  signature[sound.certs[1].offset + kVersionTag] = 0x05;
+  const MessageView view = ViewMessage(signature);
+  EXPECT_EQ(view.cms, nullptr);
+  EXPECT_TRUE(view.stop.has_value());
+  ASSERT_EQ(view.certs.size(), 2U);
+  EXPECT_EQ(view.certs[0].subject.text, sound.certs[0].subject.text);
+  EXPECT_EQ(view.certs[1].x509, nullptr);
+  EXPECT_NE(view.certs[1].device_code, LUMO_OK);
+}
+
 TEST(TokenView, ShowsTheTimeAsEncodedAndAsRead) {
   const auto token = ViewToken(ViewMessage(Signature({.time = pki::Utc(2024, 6, 1, 12, 34, 56)}), 50));
   ASSERT_TRUE(token.has_value());

@@ -138,10 +138,10 @@ Json MessageJson(const MessageView& message) {
   json["length"] = message.der.size();
   json["isDecoded"] = message.cms != nullptr;
   json["deviceCode"] = CodeJson(message.device_code);
+  json["certificates"] = List(message.certs, CertJson);
   if (message.cms == nullptr) return json;
   json["contentType"] = message.content_type;
   json["isDetached"] = message.is_detached;
-  json["certificates"] = List(message.certs, CertJson);
   json["signers"] = List(message.signers, SignerJson);
   return json;
 }

@@ -127,13 +127,17 @@ void WriteSigner(Writer& out, const SignerView& signer) {
   });
 }
 
+void WriteDecoded(Writer& out, const MessageView& message) {
+  out.Field("content type", message.content_type);
+  out.Field("detached", YesNo(message.is_detached));
+  for (const SignerView& signer : message.signers) WriteSigner(out, signer);
+}
+
 void WriteMessage(Writer& out, const std::string& title, const MessageView& message) {
   out.Block(title + ", " + EncodingText(message.encoding) + Place(message.offset, message.der.size()), [&] {
     WriteDeviceCode(out, message.device_code);
-    if (message.cms == nullptr) return out.Line("it cannot be decoded here");
-    out.Field("content type", message.content_type);
-    out.Field("detached", YesNo(message.is_detached));
-    for (const SignerView& signer : message.signers) WriteSigner(out, signer);
+    if (message.cms == nullptr) out.Line("it cannot be decoded here");
+    if (message.cms != nullptr) WriteDecoded(out, message);
     for (const CertView& cert : message.certs) WriteCert(out, cert);
   });
 }

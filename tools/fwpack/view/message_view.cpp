@@ -106,13 +106,17 @@ struct FreeCerts {
   void operator()(STACK_OF(X509) * certs) const { sk_X509_pop_free(certs, X509_free); }
 };
 
-void FillCerts(MessageView* view) {
+// One that is damaged hides the message, and none of the others.
+void FillCertsWhereTheyLie(MessageView* view) {
   for (const BerElement& element : CertElements(view->der)) {
     if (element.tag != der_tag::kSequence) continue;
     const std::uint64_t inside = view->encoding == Encoding::kDer ? element.offset : 0;
     view->certs.push_back(ViewCert(WholeOf(view->der, element), view->offset + inside));
   }
-  if (!view->certs.empty()) return;
+}
+
+// Where lengths are indefinite only the decoded message has them.
+void FillCertsFromDecoded(MessageView* view) {
   const std::unique_ptr<STACK_OF(X509), FreeCerts> certs(CMS_get1_certs(view->cms.get()));
   for (int i = 0; certs != nullptr && i < sk_X509_num(certs.get()); ++i) {
     view->certs.push_back(
@@ -123,7 +127,7 @@ void FillCerts(MessageView* view) {
 void Fill(MessageView* view) {
   view->content_type = ShortName(CMS_get0_eContentType(view->cms.get()));
   view->is_detached = CMS_is_detached(view->cms.get()) == 1;
-  FillCerts(view);
+  if (view->certs.empty()) FillCertsFromDecoded(view);
   STACK_OF(CMS_SignerInfo)* signers = CMS_get0_SignerInfos(view->cms.get());
   for (int i = 0; i < sk_CMS_SignerInfo_num(signers); ++i)
     view->signers.push_back(ViewSigner(sk_CMS_SignerInfo_value(signers, i)));
@@ -180,6 +184,7 @@ MessageView ViewMessage(std::string_view bytes, std::uint64_t offset) {
   if (view.encoding == Encoding::kPem && !TakeFromPem(bytes, &view)) return view;
   Decode(&view);
   if (view.stop) view.stop->offset = offset + (view.encoding == Encoding::kDer ? view.stop->offset : 0);
+  FillCertsWhereTheyLie(&view);
   if (view.cms != nullptr) Fill(&view);
   (void)TakeOpenSslReasons();
   return view;

@@ -119,7 +119,7 @@ struct MessageView {
   Encoding encoding = Encoding::kDer;
   std::string der{};
   LUMO_ERROR_CODE device_code = LUMO_OK;
-  CmsPtr cms{};  // null when the message cannot be decoded here; then all below is empty
+  CmsPtr cms{};  // null when the message cannot be decoded here; then all below but `certs` is empty
   std::string content_type{};
   bool is_detached = true;
   std::vector<CertView> certs{};
