@@ -129,11 +129,12 @@ class Handler(http.server.BaseHTTPRequestHandler):
         query = self.rfile.read(int(self.headers["Content-Length"]))
         write(os.path.join(WORK, "last-query"), query)
         write(os.path.join(WORK, "last-type"), self.headers["Content-Type"].encode())
+        self.path, question, asked = self.path.partition("?")
         if self.path == "/hang":
             threading.Event().wait()
         elif self.path in REDIRECTIONS:
             self.send_response(302)
-            self.send_header("Location", REDIRECTIONS[self.path])
+            self.send_header("Location", REDIRECTIONS[self.path] + question + asked)
             self.end_headers()
         else:
             self.answer(BODIES[self.path](query))

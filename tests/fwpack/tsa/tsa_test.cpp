@@ -163,6 +163,24 @@ TEST_F(FwpackTsa, TellsNoPasswordThatARedirectionInherits) {
   EXPECT_THAT(error, testing::Not(HasSubstr("secret")));
 }
 
+TEST_F(FwpackTsa, TellsNeitherQueryNorFragmentOfTheUrl) {
+  const std::string url = server_->Url("status");
+  EXPECT_THAT(ErrorOf([&] { (void)Fetch(url + "?key=secret#secret"); }),
+              testing::AllOf(StartsWith(url + ": "), testing::Not(HasSubstr("secret"))));
+}
+
+TEST_F(FwpackTsa, AsksWithTheQueryOfTheUrlButTellsItOfNoRedirection) {
+  const std::string error = ErrorOf([&] { (void)Fetch(server_->Url("redirect-here") + "?key=secret"); });
+  EXPECT_THAT(error, HasSubstr("a redirection to " + server_->Url("good") + ", which is not followed"));
+  EXPECT_THAT(error, testing::Not(HasSubstr("secret")));
+}
+
+TEST_F(FwpackTsa, TellsNoQueryWhenATokenIsRefused) {
+  const std::string error = ErrorOf([&] { (void)Fetch(server_->Url("garbage") + "?key=secret"); });
+  EXPECT_THAT(error,
+              testing::AllOf(StartsWith(server_->Url("garbage") + ": "), testing::Not(HasSubstr("secret"))));
+}
+
 TEST_F(FwpackTsa, TakesTimeOutsThatMakeSense) {
   for (const long timeout : {0L, -1L, 3601L}) {
     timeout_ = timeout;

@@ -36,19 +36,19 @@ std::string PartOf(CURLU* url, CURLUPart part) {
   return TextPtr(text).get();
 }
 
-// Takes user name and password out of a URL and returns the rest, for messages.
-std::string WithoutUser(CURLU* url) {
-  (void)curl_url_set(url, CURLUPART_USER, nullptr, 0);
-  (void)curl_url_set(url, CURLUPART_PASSWORD, nullptr, 0);
+// Takes out of a URL what may be secret and returns the rest, for messages.
+std::string WithoutSecrets(CURLU* url) {
+  for (const CURLUPart part : {CURLUPART_USER, CURLUPART_PASSWORD, CURLUPART_QUERY, CURLUPART_FRAGMENT})
+    (void)curl_url_set(url, part, nullptr, 0);
   return ShownText(PartOf(url, CURLUPART_URL));
 }
 
-// A relative redirection inherits user name and password of the request.
+// A relative redirection inherits user name and password of the request, and may repeat its query.
 std::string ShownRedirection(const char* url) {
   const UrlPtr parsed(curl_url());
   const bool is_url = parsed != nullptr &&
                       curl_url_set(parsed.get(), CURLUPART_URL, url, CURLU_NON_SUPPORT_SCHEME) == CURLUE_OK;
-  return is_url ? WithoutUser(parsed.get()) : "another place";
+  return is_url ? WithoutSecrets(parsed.get()) : "another place";
 }
 
 struct Reply {
@@ -189,7 +189,7 @@ std::string ShownUrl(const std::string& url) {
   if (scheme != "http" && scheme != "https") {
     throw Error("--tsa-url: has the scheme '" + ShownText(scheme) + "' where http or https is wanted");
   }
-  return WithoutUser(parsed.get());
+  return WithoutSecrets(parsed.get());
 }
 
 std::string Post(const HttpPost& post) {

@@ -15,8 +15,8 @@ struct HttpPost {
   long timeout_seconds = 0;   // for the whole exchange
 };
 
-/// The URL without user name and password, as messages show it. Throws Error unless it is one of http or
-/// https.
+/// The URL without user name, password, query and fragment, in which secrets may be, as messages show it.
+/// Throws Error unless it is one of http or https.
 std::string ShownUrl(const std::string& url);
 
 /// Posts and returns the body of the reply. Follows no redirection, so that the request goes where its user
