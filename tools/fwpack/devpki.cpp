@@ -75,7 +75,7 @@ class DevPkiMaker {
     const RootCheck check = CheckRootCertificate(CertToPem(root.cert.get()));
     if (!check.broken_rule.empty()) throw Error("the root would not fit the device: it " + check.broken_rule);
     out_.Add("root.pem", check.padded);
-    out_.AddSecret("root.key", KeyToPem(root.key.get()));
+    out_.AddSecret("root.key", TextOf(KeyToPem(root.key.get())));
     return root;
   }
 
@@ -85,7 +85,7 @@ class DevPkiMaker {
     member.key = MakeRsaKey(options_.key_bits);
     member.cert = MakeCert(Spec(kind, common_name), member.key.get(), issuer.cert.get(), issuer.key.get());
     out_.Add(file + ".pem", CertToPem(member.cert.get()));
-    out_.AddSecret(file + ".key", KeyToPem(member.key.get()));
+    out_.AddSecret(file + ".key", TextOf(KeyToPem(member.key.get())));
     return member;
   }
 

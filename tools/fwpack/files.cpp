@@ -58,23 +58,35 @@ mode_t CurrentUmask() {
   return mask;
 }
 
-}  // namespace
-
-std::string ReadSmallFile(const fs::path& path, std::size_t limit) {
+// Reads straight into what is returned, for a buffer in between would keep a copy.
+template <class Bytes>
+Bytes ReadWhole(const fs::path& path, std::size_t limit) {
+  constexpr std::size_t kPiece = 4096;
   const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (file < 0) throw Error(path.string() + ": cannot be opened: " + SystemReason());
-  std::string content;
-  char piece[4096];
+  Bytes content;
+  std::size_t length = 0;
   ssize_t got = 0;
-  while ((got = read(file, piece, sizeof piece)) != 0) {
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0 || content.size() + static_cast<std::size_t>(got) > limit) break;
-    content.append(piece, static_cast<std::size_t>(got));
-  }
+  do {
+    content.resize(length + kPiece);
+    got = read(file, content.data() + length, kPiece);
+    if (got > 0) length += static_cast<std::size_t>(got);
+  } while (length <= limit && (got > 0 || (got < 0 && errno == EINTR)));
   const std::string reason = got < 0 ? SystemReason() : "longer than " + std::to_string(limit) + " bytes";
   (void)close(file);
   if (got != 0) throw Error(path.string() + ": cannot be read: " + reason);
+  content.resize(length);
   return content;
+}
+
+}  // namespace
+
+std::string ReadSmallFile(const fs::path& path, std::size_t limit) {
+  return ReadWhole<std::string>(path, limit);
+}
+
+SecretBytes ReadSecretFile(const fs::path& path, std::size_t limit) {
+  return ReadWhole<SecretBytes>(path, limit);
 }
 
 OutputFile::OutputFile(fs::path place) : place_(std::move(place)) {

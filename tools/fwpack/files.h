@@ -10,11 +10,14 @@
 #include <string_view>
 
 #include "tools/fwpack/interrupt.h"
+#include "tools/fwpack/secret_bytes.h"
 
 namespace fwpack {
 
 /// The whole content of a file. Throws Error when it cannot be read or holds more than `limit` bytes.
 std::string ReadSmallFile(const std::filesystem::path& path, std::size_t limit = 16U << 20U);
+/// The same of a file that may hold a secret, of which nothing stays in memory but what is returned.
+SecretBytes ReadSecretFile(const std::filesystem::path& path, std::size_t limit = 16U << 20U);
 
 /// A file that comes into being whole or not at all: it is written beside its final place, synchronised and
 /// renamed by Commit(). It keeps the mode of a file that it replaces, so that nobody can read more than

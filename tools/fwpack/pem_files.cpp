@@ -17,12 +17,12 @@ int NoPassphrase(char* /*buffer*/, int /*size*/, int /*for_writing*/, void* /*da
   return -1;
 }
 
-bool IsPem(const std::string& bytes) {
-  return bytes.find("-----BEGIN ") != std::string::npos;
+bool IsPem(std::string_view bytes) {
+  return bytes.find("-----BEGIN ") != std::string_view::npos;
 }
 
 template <class Pointer, class Decode>
-Pointer ParseDer(const std::string& bytes, Decode decode) {
+Pointer ParseDer(std::string_view bytes, Decode decode) {
   const auto* in = reinterpret_cast<const unsigned char*>(bytes.data());
   return Pointer(decode(nullptr, &in, static_cast<long>(bytes.size())));
 }
@@ -33,7 +33,7 @@ bool StoppedAtEnd() {
 }
 
 // The certificates up to the end of the text or to the first one that is damaged.
-std::vector<CertPtr> ParsePemCerts(const std::string& text) {
+std::vector<CertPtr> ParsePemCerts(std::string_view text) {
   std::vector<CertPtr> certs;
   const BioPtr stream = ReadFrom(text);
   while (X509* cert = PEM_read_bio_X509(stream.get(), nullptr, nullptr, nullptr)) certs.emplace_back(cert);
@@ -42,7 +42,7 @@ std::vector<CertPtr> ParsePemCerts(const std::string& text) {
 
 }  // namespace
 
-BioPtr ReadFrom(const std::string& bytes) {
+BioPtr ReadFrom(std::string_view bytes) {
   if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
     throw Error("more than 2 GiB cannot be decoded");
   }
@@ -63,21 +63,26 @@ std::string TakeMemory(BIO* memory) {
   return length > 0 ? std::string(bytes, static_cast<std::size_t>(length)) : std::string();
 }
 
-std::vector<CertPtr> LoadCerts(const std::filesystem::path& path) {
-  const std::string bytes = ReadSmallFile(path);
+std::vector<CertPtr> CertsOf(std::string_view bytes, const std::string& name) {
   std::vector<CertPtr> certs;
   ERR_clear_error();
   if (IsPem(bytes)) {
     certs = ParsePemCerts(bytes);
     if (!StoppedAtEnd()) {
-      throw Error(path.string() + ": holds a damaged certificate: " + TakeOpenSslReasons());
+      throw Error(name + ": holds a damaged certificate: " + TakeOpenSslReasons());
     }
   } else if (CertPtr cert = ParseDer<CertPtr>(bytes, d2i_X509)) {
     certs.push_back(std::move(cert));
   }
   ERR_clear_error();
-  if (certs.empty()) throw Error(path.string() + ": holds no certificate");
+  if (certs.empty()) throw Error(name + ": holds no certificate");
   return certs;
+}
+
+// The private key may stand in the same file.
+std::vector<CertPtr> LoadCerts(const std::filesystem::path& path) {
+  const SecretBytes bytes = ReadSecretFile(path);
+  return CertsOf(TextOf(bytes), path.string());
 }
 
 std::vector<CertPtr> LoadAllCerts(const std::vector<std::filesystem::path>& files) {
@@ -98,11 +103,11 @@ CertPtr LoadCert(const std::filesystem::path& path) {
 }
 
 KeyPtr LoadKey(const std::filesystem::path& path) {
-  const std::string bytes = ReadSmallFile(path);
-  const BioPtr stream = ReadFrom(bytes);
+  const SecretBytes bytes = ReadSecretFile(path);
+  const BioPtr stream = ReadFrom(TextOf(bytes));
   ERR_clear_error();
   KeyPtr key(PEM_read_bio_PrivateKey(stream.get(), nullptr, NoPassphrase, nullptr));
-  if (key == nullptr && bytes.find("ENCRYPTED") != std::string::npos) {
+  if (key == nullptr && TextOf(bytes).find("ENCRYPTED") != std::string_view::npos) {
     ERR_clear_error();
     throw Error(path.string() + ": the private key is encrypted; decrypt it first");
   }
@@ -149,11 +154,13 @@ std::string CrlToPem(X509_CRL* crl) {
   return TakeMemory(memory.get());
 }
 
-std::string KeyToPem(EVP_PKEY* key) {
+SecretBytes KeyToPem(EVP_PKEY* key) {
   const BioPtr memory = NewMemory();
   RequireOpenSsl(PEM_write_bio_PrivateKey(memory.get(), key, nullptr, nullptr, 0, nullptr, nullptr) == 1,
                  "write a private key");
-  return TakeMemory(memory.get());
+  char* bytes = nullptr;
+  const long length = BIO_get_mem_data(memory.get(), &bytes);
+  return {bytes, bytes + length};
 }
 
 std::string SubjectText(const X509* cert) {

@@ -3,9 +3,11 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tools/fwpack/openssl_ptr.h"
+#include "tools/fwpack/secret_bytes.h"
 
 // Certificates, CRLs and keys from files and to PEM text. Every failure names the file.
 namespace fwpack {
@@ -13,6 +15,8 @@ namespace fwpack {
 /// The certificates of a file: all of a PEM text, in its order, or the one of a DER file. Throws Error when
 /// there is none or one is damaged.
 std::vector<CertPtr> LoadCerts(const std::filesystem::path& path);
+/// The same of `bytes`, which errors call `name`.
+std::vector<CertPtr> CertsOf(std::string_view bytes, const std::string& name);
 /// The same of several files.
 std::vector<CertPtr> LoadAllCerts(const std::vector<std::filesystem::path>& files);
 /// The certificate of a file that must hold exactly one.
@@ -31,13 +35,13 @@ std::vector<CertPtr> ParseCerts(const std::string& bytes);
 /// PEM texts with LF line ends.
 std::string CertToPem(X509* cert);
 std::string CrlToPem(X509_CRL* crl);
-std::string KeyToPem(EVP_PKEY* key);
+SecretBytes KeyToPem(EVP_PKEY* key);
 
 /// What messages call a certificate: its subject as one line of printable ASCII, all else escaped.
 std::string SubjectText(const X509* cert);
 
 /// A stream over `bytes`, which must outlive it.
-BioPtr ReadFrom(const std::string& bytes);
+BioPtr ReadFrom(std::string_view bytes);
 /// An empty stream to write to, and what was written to it.
 BioPtr NewMemory();
 std::string TakeMemory(BIO* memory);

@@ -15,7 +15,10 @@ using testing::Optional;
 TEST(Pkcs11Uri, IsToldFromAFile) {
   EXPECT_TRUE(fwpack::IsPkcs11Uri("pkcs11:token=a"));
   EXPECT_FALSE(fwpack::IsPkcs11Uri("pkcs11.pem"));
+  EXPECT_TRUE(fwpack::IsPkcs11Uri("PKCS11:token=a")) << "no file, of which an error would show the PIN";
+  EXPECT_EQ(ParsePkcs11Uri("PKCS11:token=a").object, "pkcs11:token=a");
   EXPECT_FALSE(fwpack::IsPkcs11Uri("dir/pkcs11:a"));
+  EXPECT_FALSE(fwpack::IsPkcs11Uri("pkcs11"));
 }
 
 TEST(Pkcs11Uri, IsTakenApart) {
@@ -32,7 +35,19 @@ TEST(Pkcs11Uri, KeepsThePinOutOfWhatIsShown) {
        {"pkcs11:token=t;object=o?pin-value=12%3A4", "pkcs11:token=t;pin-value=12%3a4;object=o"}) {
     const auto uri = ParsePkcs11Uri(text);
     EXPECT_EQ(uri.object, "pkcs11:token=t;object=o");
-    EXPECT_THAT(uri.pin, Optional(std::string("12:4")));
+    ASSERT_TRUE(uri.pin);
+    EXPECT_EQ(fwpack::TextOf(*uri.pin), "12:4");
+  }
+}
+
+TEST(Pkcs11Uri, ShowsNoPinThatIsWrittenAmiss) {
+  for (const char* text : {"pkcs11:token=t?PIN-VALUE=98765", "pkcs11:token=t;PIN-VALUE=98765",
+                           "pkcs11:token=t;Pin-Value=98765?pin-value=1", "PKCS11:token=t?Pin-value=98765",
+                           "pkcs11:token=t&pin-value=98765", "pkcs11:token=t; pin-value=98765",
+                           "pkcs11:token=t;pin-value:98765", "pkcs11:token=t?x-PIN-VALUE=98765"}) {
+    EXPECT_THAT(ErrorOf([text] { (void)ParsePkcs11Uri(text); }),
+                AllOf(HasSubstr("write it like pkcs11:"), Not(HasSubstr("98765"))))
+        << text;
   }
 }
 

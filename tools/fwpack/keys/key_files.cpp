@@ -1,6 +1,5 @@
 #include "tools/fwpack/keys/key_files.h"
 
-#include <openssl/crypto.h>
 #include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/pkcs12.h>
@@ -20,19 +19,6 @@ namespace {
 using Pkcs12Ptr = OpenSslPtr<PKCS12, PKCS12_free>;
 using ProviderPtr = OpenSslPtr<OSSL_PROVIDER, OSSL_PROVIDER_unload>;
 
-// The bytes of a file that may hold an unencrypted key.
-class KeyBytes {
- public:
-  explicit KeyBytes(const std::filesystem::path& file) : bytes_(ReadSmallFile(file)) {}
-  ~KeyBytes() { OPENSSL_cleanse(bytes_.data(), bytes_.size()); }
-  KeyBytes(const KeyBytes&) = delete;
-  KeyBytes& operator=(const KeyBytes&) = delete;
-  [[nodiscard]] const std::string& get() const { return bytes_; }
-
- private:
-  std::string bytes_;
-};
-
 void FreeCerts(STACK_OF(X509) * certs) {
   sk_X509_pop_free(certs, X509_free);
 }
@@ -50,21 +36,21 @@ using CertStackPtr = OpenSslPtr<STACK_OF(X509), FreeCerts>;
   throw Error(file + ": " + otherwise);
 }
 
-Identity ParsePem(const std::string& bytes, const std::string& file, const PassphraseSource& source) {
+Identity ParsePem(std::string_view bytes, const std::string& file, const PassphraseSource& source) {
   PassphraseReader passphrase(source, file);
   const BioPtr stream = ReadFrom(bytes);
   ERR_clear_error();
   Identity identity;
   identity.key.reset(PEM_read_bio_PrivateKey(stream.get(), nullptr, FillPassphrase, &passphrase));
   if (identity.key == nullptr) {
-    const bool claims_key = bytes.find("PRIVATE KEY-----") != std::string::npos;
+    const bool claims_key = bytes.find("PRIVATE KEY-----") != std::string_view::npos;
     FailToDecode(file, passphrase,
                  claims_key ? "holds a private key that is damaged or of an unknown kind"
                             : "holds no private key in PEM");
   }
   ERR_clear_error();
-  if (bytes.find("-----BEGIN CERTIFICATE-----") == std::string::npos) return identity;
-  identity.chain = LoadCerts(file);
+  if (bytes.find("-----BEGIN CERTIFICATE-----") == std::string_view::npos) return identity;
+  identity.chain = CertsOf(bytes, file);
   for (auto cert = identity.chain.begin(); cert != identity.chain.end(); ++cert) {
     if (X509_check_private_key(cert->get(), identity.key.get()) != 1) continue;
     identity.cert = std::move(*cert);
@@ -138,7 +124,7 @@ bool UnpackWithPassphrase(PKCS12* pkcs12, const std::string& file, const Passphr
   return MayOpen(pkcs12, secret.text()) && UnpackWithLegacy(pkcs12, secret.c_str(), file, identity);
 }
 
-Identity ParsePkcs12(const std::string& bytes, const std::string& file, const PassphraseSource& source) {
+Identity ParsePkcs12(std::string_view bytes, const std::string& file, const PassphraseSource& source) {
   ERR_clear_error();
   const BioPtr stream = ReadFrom(bytes);
   const Pkcs12Ptr pkcs12(d2i_PKCS12_bio(stream.get(), nullptr));
@@ -156,10 +142,10 @@ Identity ParsePkcs12(const std::string& bytes, const std::string& file, const Pa
 }  // namespace
 
 Identity LoadKeyFile(const std::filesystem::path& file, const PassphraseSource& passphrase) {
-  const KeyBytes bytes(file);
-  const bool is_pem = bytes.get().find("-----BEGIN ") != std::string::npos;
-  return is_pem ? ParsePem(bytes.get(), file.string(), passphrase)
-                : ParsePkcs12(bytes.get(), file.string(), passphrase);
+  const SecretBytes bytes = ReadSecretFile(file);
+  const std::string_view text = TextOf(bytes);
+  const bool is_pem = text.find("-----BEGIN ") != std::string_view::npos;
+  return is_pem ? ParsePem(text, file.string(), passphrase) : ParsePkcs12(text, file.string(), passphrase);
 }
 
 }  // namespace fwpack

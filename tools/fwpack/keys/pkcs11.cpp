@@ -1,6 +1,5 @@
 #include "tools/fwpack/keys/pkcs11.h"
 
-#include <openssl/crypto.h>
 #include <openssl/err.h>
 #include <openssl/provider.h>
 
@@ -21,15 +20,8 @@ class TokenObject {
  public:
   TokenObject(const std::string& uri, const PassphraseSource& pin)
       : uri_(ParsePkcs11Uri(uri)), reader_(Pin(pin)) {
-    if (uri_.pin && !pin.file && !pin.variable) reader_.Preset(*uri_.pin, "the pin-value");
+    if (uri_.pin && !pin.file && !pin.variable) reader_.Preset(TextOf(*uri_.pin), "the pin-value");
   }
-  ~TokenObject() {
-    if (!uri_.pin) return;
-    std::string& pin = *uri_.pin;
-    OPENSSL_cleanse(pin.data(), pin.size());
-  }
-  TokenObject(const TokenObject&) = delete;
-  TokenObject& operator=(const TokenObject&) = delete;
 
   [[nodiscard]] const Pkcs11Uri& uri() const { return uri_; }
   PassphraseReader& reader() { return reader_; }

@@ -1,5 +1,9 @@
 #include "tools/fwpack/keys/pkcs11_uri.h"
 
+#include <strings.h>
+
+#include <algorithm>
+#include <cctype>
 #include <cstddef>
 #include <string_view>
 #include <vector>
@@ -29,11 +33,13 @@ int HexDigit(char digit) {
   return -1;
 }
 
-std::string PercentDecode(std::string_view text, std::string_view attribute) {
-  std::string decoded;
+// Into a container of its own kind for what is secret.
+template <class Text>
+Text PercentDecode(std::string_view text, std::string_view attribute) {
+  Text decoded;
   for (std::size_t i = 0; i < text.size(); ++i) {
     if (text[i] != '%') {
-      decoded += text[i];
+      decoded.push_back(text[i]);
       continue;
     }
     const int high = i + 2 < text.size() ? HexDigit(text[i + 1]) : -1;
@@ -41,10 +47,26 @@ std::string PercentDecode(std::string_view text, std::string_view attribute) {
     if (high < 0 || low < 0) {
       throw Error("the PKCS #11 URI has a % without two hexadecimal digits in its " + std::string(attribute));
     }
-    decoded += static_cast<char>(high * 16 + low);
+    decoded.push_back(static_cast<char>(high * 16 + low));
     i += 2;
   }
   return decoded;
+}
+
+constexpr std::string_view kPinValue = "pin-value";
+
+bool AreSameLetter(char left, char right) {
+  return std::tolower(static_cast<unsigned char>(left)) == std::tolower(static_cast<unsigned char>(right));
+}
+
+// For attributes that are none of those known. Their names are told apart by case, but a slip of the finger
+// must not show a PIN in messages.
+void RequireNoPinIn(std::string_view attribute) {
+  const auto* found =
+      std::search(attribute.begin(), attribute.end(), kPinValue.begin(), kPinValue.end(), AreSameLetter);
+  if (found == attribute.end()) return;
+  throw Error("the PKCS #11 URI has a PIN that is no attribute pin-value by itself; write it like " +
+              std::string(kScheme) + "token=...;object=...?pin-value=..., in lower case");
 }
 
 std::string FileOfPinSource(std::string source) {
@@ -59,17 +81,17 @@ std::string FileOfPinSource(std::string source) {
 
 // False for an attribute that is none of those about the way to the token.
 bool TakeAccessAttribute(std::string_view attribute, Pkcs11Uri& uri) {
-  const std::size_t equals = attribute.find('=');
-  if (equals == std::string_view::npos) return false;
+  const std::size_t equals = std::min(attribute.find('='), attribute.size());
   const std::string_view name = attribute.substr(0, equals);
-  const std::string_view value = attribute.substr(equals + 1);
-  if (name == "pin-value") {
-    uri.pin = PercentDecode(value, name);
+  const std::string_view value = attribute.substr(std::min(equals + 1, attribute.size()));
+  if (name == kPinValue) {
+    uri.pin = PercentDecode<SecretBytes>(value, name);
   } else if (name == "pin-source") {
-    uri.pin_file = FileOfPinSource(PercentDecode(value, name));
+    uri.pin_file = FileOfPinSource(PercentDecode<std::string>(value, name));
   } else if (name == "module-path") {
-    uri.module_path = PercentDecode(value, name);
+    uri.module_path = PercentDecode<std::string>(value, name);
   } else {
+    RequireNoPinIn(attribute);
     return false;
   }
   return true;
@@ -84,7 +106,7 @@ std::string JoinObject(const std::vector<std::string>& attributes) {
 }  // namespace
 
 bool IsPkcs11Uri(const std::string& text) {
-  return text.compare(0, kScheme.size(), kScheme) == 0;
+  return strncasecmp(text.c_str(), kScheme.data(), kScheme.size()) == 0;
 }
 
 Pkcs11Uri ParsePkcs11Uri(const std::string& text) {
