@@ -56,6 +56,62 @@ TEST(OutputFile, IsReadByThoseWhoCouldReadTheOneThatItReplaces) {
   EXPECT_EQ(mode_of(dir / "fresh"), 0640U);
 }
 
+class OutputFileBehindLinks : public testing::Test {
+ protected:
+  OutputFileBehindLinks() {
+    for (const char* name : {"links", "files"}) std::filesystem::create_directory(dir_ / name);
+    std::filesystem::create_symlink("second", First());
+    std::filesystem::create_symlink("../files/out", dir_ / "links/second");
+  }
+  [[nodiscard]] std::string First() const { return dir_ / "links/first"; }
+  [[nodiscard]] std::string Target() const { return dir_ / "files/out"; }
+  void ExpectLinksAndNothingElse() const {
+    EXPECT_EQ(std::filesystem::read_symlink(First()), "second");
+    EXPECT_EQ(std::filesystem::read_symlink(dir_ / "links/second"), "../files/out");
+    EXPECT_EQ(NamesIn(dir_ / "links"), (std::vector<std::string>{"first", "second"}));
+    EXPECT_EQ(NamesIn(dir_ / "files"), (std::vector<std::string>{"out"}));
+  }
+  ScratchDir dir_;
+};
+
+TEST_F(OutputFileBehindLinks, ReplacesTheTargetAndNoLink) {
+  packtest::WriteText(Target(), "old");
+  ASSERT_EQ(chmod(Target().c_str(), 0600), 0);
+  std::filesystem::create_hard_link(Target(), dir_ / "before");
+  WriteFile(First(), "new");
+  EXPECT_EQ(ReadText(Target()), "new");
+  EXPECT_EQ(std::filesystem::status(Target()).permissions(), std::filesystem::perms{0600});
+  EXPECT_EQ(ReadText(dir_ / "before"), "old") << "replaced as a whole, not written into";
+  ExpectLinksAndNothingElse();
+}
+
+TEST_F(OutputFileBehindLinks, MakesATargetThatIsNotThere) {
+  WriteFile(First(), "new");
+  EXPECT_EQ(ReadText(Target()), "new");
+  ExpectLinksAndNothingElse();
+}
+
+TEST_F(OutputFileBehindLinks, FollowsLinksToAnotherPlaceInTheFileSystem) {
+  const ScratchDir elsewhere;
+  std::filesystem::create_symlink(elsewhere / "out", Target());
+  WriteFile(First(), "new");
+  EXPECT_EQ(ReadText(elsewhere / "out"), "new");
+  ExpectLinksAndNothingElse();
+}
+
+TEST_F(OutputFileBehindLinks, IsRefusedWhereTheyRunInACircle) {
+  std::filesystem::create_symlink(First(), Target());
+  EXPECT_NE(ErrorOf([this] { WriteFile(First(), "new"); }).find("the link cannot be followed"),
+            std::string::npos);
+  ExpectLinksAndNothingElse();
+}
+
+TEST_F(OutputFileBehindLinks, IsRefusedInPlaceOfADirectory) {
+  std::filesystem::create_directory(Target());
+  EXPECT_NE(ErrorOf([this] { WriteFile(First(), "new"); }).find("no regular file"), std::string::npos);
+  ExpectLinksAndNothingElse();
+}
+
 TEST(OutputFile, IsRefusedInPlaceOfADirectoryOrADevice) {
   const ScratchDir dir;
   EXPECT_NE(ErrorOf([&dir] { const OutputFile file(dir.path()); }).find("no regular file"),

@@ -79,6 +79,27 @@ Bytes ReadWhole(const fs::path& path, std::size_t limit) {
   return content;
 }
 
+// Where the links at `place` lead. What the system would not follow is not followed here: loops, and links
+// that others left in a shared directory.
+fs::path BehindLinks(fs::path place) {
+  const auto is_link = [](const fs::path& path) {
+    std::error_code ignored;
+    return fs::is_symlink(fs::symlink_status(path, ignored));
+  };
+  std::error_code reason;
+  const fs::file_status status = fs::status(place, reason);
+  if (is_link(place) && !fs::status_known(status))
+    throw Error(place.string() + ": the link cannot be followed: " + reason.message());
+  // The bound is for links that change meanwhile.
+  constexpr int kMaxLinks = 40;
+  for (int i = 0; i < kMaxLinks && is_link(place); ++i) {
+    const fs::path target = fs::read_symlink(place, reason);
+    if (reason) throw Error(place.string() + ": the link cannot be read: " + reason.message());
+    place = place.parent_path() / target;
+  }
+  return place;
+}
+
 }  // namespace
 
 std::string ReadSmallFile(const fs::path& path, std::size_t limit) {
@@ -89,7 +110,7 @@ SecretBytes ReadSecretFile(const fs::path& path, std::size_t limit) {
   return ReadWhole<SecretBytes>(path, limit);
 }
 
-OutputFile::OutputFile(fs::path place) : place_(std::move(place)) {
+OutputFile::OutputFile(fs::path place) : place_(BehindLinks(std::move(place))) {
   std::error_code ignored;
   const fs::file_status status = fs::status(place_, ignored);
   if (fs::exists(status) && !fs::is_regular_file(status)) {

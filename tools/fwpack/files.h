@@ -23,9 +23,11 @@ SecretBytes ReadSecretFile(const std::filesystem::path& path, std::size_t limit 
 /// renamed by Commit(). It keeps the mode of a file that it replaces, so that nobody can read more than
 /// before; a new one may be read by all whom the umask lets. Without Commit() nothing is left behind, and
 /// what stood at the place stays; a run that SIGINT, SIGTERM or SIGHUP ends leaves nothing behind either.
+/// A symbolic link stays one: the place is then where it leads, whether something stands there or not.
 class OutputFile {
  public:
-  /// Throws Error when the place is taken by something that is no regular file or cannot be written.
+  /// Throws Error when the place is taken by something that is no regular file, cannot be written or is a
+  /// link that may not be followed.
   explicit OutputFile(std::filesystem::path place);
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;

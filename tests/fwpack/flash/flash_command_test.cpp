@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -99,6 +100,22 @@ TEST_F(FlashCommand, RepairsAsTheDeviceDoes) {
   EXPECT_THAT(Done({"repair"}), HasSubstr("start-up would: rewrite the spare area from the main one"));
   EXPECT_EQ(ReadText(image_), good);
   EXPECT_EQ(Flash({"repair", "--dry-run"}).status, 0);
+}
+
+TEST_F(FlashCommand, WritesThroughALinkThatLeadsToTheImage) {
+  const std::string target = dir_ / "target";
+  Done({"create"});
+  std::filesystem::rename(image_, target);
+  std::filesystem::create_symlink("target", image_);
+  Done({"put", "CmsCrl", packtest::Pki("bundle.pem"), "--crl"});
+  EXPECT_EQ(fwpack::CrlOnFlash(ReadText(target)), ReadText(packtest::Pki("bundle.pem")));
+  const std::string good = ReadText(target);
+  std::string damaged = good;
+  damaged[600000] ^= 1;
+  packtest::WriteText(target, damaged);
+  Done({"repair"});
+  EXPECT_EQ(ReadText(target), good);
+  EXPECT_EQ(std::filesystem::read_symlink(image_), "target");
 }
 
 TEST_F(FlashCommand, ReportsAsJson) {
