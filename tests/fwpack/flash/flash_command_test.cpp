@@ -1,6 +1,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -15,6 +19,30 @@ namespace {
 using packtest::ReadText;
 using testing::HasSubstr;
 using testing::IsEmpty;
+
+struct Screen {
+  std::string text{};
+  int status = -1;
+};
+
+// Runs "fwpack flash IMAGE cat NAME" at a terminal of its own.
+Screen CatAtTerminal(const std::string& image, const std::string& name) {
+  int terminal = -1;
+  const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+  if (child == 0) {
+    execl(FWVET_FWPACK_PROGRAM, "fwpack", "flash", image.c_str(), "cat", name.c_str(), nullptr);
+    _exit(127);
+  }
+  Screen screen;
+  char bytes[256];
+  for (ssize_t got = read(terminal, bytes, sizeof bytes); got > 0; got = read(terminal, bytes, sizeof bytes))
+    screen.text.append(bytes, static_cast<std::size_t>(got));
+  int status = 0;
+  EXPECT_EQ(waitpid(child, &status, 0), child);
+  close(terminal);
+  if (WIFEXITED(status)) screen.status = WEXITSTATUS(status);
+  return screen;
+}
 
 class FlashCommand : public testing::Test {
  protected:
@@ -57,6 +85,27 @@ TEST_F(FlashCommand, GivesBackWhatItStored) {
   packtest::WriteText(dir_ / "content", content);
   Done({"put", "some file", dir_ / "content"});
   EXPECT_EQ(Done({"cat", "some file"}), content + std::string(29, '\0'));
+}
+
+TEST_F(FlashCommand, ShowsTextAtATerminal) {
+  Done({"create"});
+  packtest::WriteText(dir_ / "content", "~ 32 bytes,\tso without padding\r\n");
+  Done({"put", "text", dir_ / "content"});
+  const Screen screen = CatAtTerminal(image_, "text");
+  EXPECT_EQ(screen.status, 0);
+  EXPECT_THAT(screen.text, testing::StartsWith("~ 32 bytes,"));
+}
+
+TEST_F(FlashCommand, SendsNoBytesToATerminalThatItMayTakeForCommands) {
+  Done({"create"});
+  for (const char* bytes : {"\x1B[2J", "\x7F", "\x80", "\xFF", "\x9B", "\a"}) {
+    packtest::WriteText(dir_ / "content", bytes + std::string(32 - std::string(bytes).size(), 'x'));
+    Done({"put", "bytes", dir_ / "content"});
+    const Screen screen = CatAtTerminal(image_, "bytes");
+    EXPECT_EQ(screen.status, 3);
+    EXPECT_THAT(screen.text, HasSubstr("image: 'bytes' is binary: redirect it to a file"));
+    EXPECT_THAT(screen.text, testing::Not(HasSubstr("xxx")));
+  }
 }
 
 TEST_F(FlashCommand, NeverMakesAnImageOverAFile) {

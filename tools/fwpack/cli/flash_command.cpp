@@ -1,10 +1,14 @@
 #include "tools/fwpack/cli/flash_command.h"
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 #include <iostream>
 #include <memory>
+#include <string_view>
 #include <system_error>
 
 #include "tools/fwpack/device/scratch_flash.h"
@@ -78,9 +82,19 @@ int Verify(const FlashOptions& options) {
   return StatusOf(Report(options, FlashVerifyText));
 }
 
+// Whether a terminal shows it as it is, and takes none of it for a command.
+bool IsText(std::string_view content) {
+  return std::all_of(content.begin(), content.end(), [](char byte) {
+    return (byte >= ' ' && byte <= '~') || byte == '\t' || byte == '\n' || byte == '\r';
+  });
+}
+
 int Cat(const FlashOptions& options) {
   const std::string image = Load(options.image);
-  std::cout << WithName(options.image, [&] { return ReadPiece(image, options.name); });
+  const std::string content = WithName(options.image, [&] { return ReadPiece(image, options.name); });
+  if (isatty(STDOUT_FILENO) == 1 && !IsText(content))
+    throw Error(options.image.string() + ": '" + options.name + "' is binary: redirect it to a file");
+  std::cout << content;
   return kAccepted;
 }
 
