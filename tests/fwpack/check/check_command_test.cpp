@@ -163,6 +163,17 @@ TEST_F(CheckCommand, RefusesWrongUsage) {
   EXPECT_EQ(Run(package, {"--flash", files_.path("none")}).status, 3);
 }
 
+TEST_F(CheckCommand, RefusesWhereTheDeviceWouldWriteWithoutAnEnd) {
+  const std::string package = Save(Maker().Package({}));
+  // The flash of the device is longer than that already.
+  const ToolResult result =
+      RunTool("/bin/sh", {"-c", "ulimit -f 100; exec \"$@\"", "sh", FWVET_FWPACK_PROGRAM, "check", package,
+                          "--root", files_.root()});
+  EXPECT_EQ(result.status, 2) << result.err;
+  EXPECT_THAT(result.out, StartsWith(package + ": refused\ndevice: ended by signal "));
+  EXPECT_THAT(result.out, HasSubstr("why: the device's code would write without an end: "));
+}
+
 TEST_F(CheckCommand, ShowsExamplesInItsHelp) {
   const ToolResult result = RunTool(FWVET_FWPACK_PROGRAM, {"check", "--help"});
   EXPECT_EQ(result.status, 0);

@@ -3,10 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <functional>
 
 #include "tests/fwpack/check/check_fixture.h"
 #include "tests/support/raw_pki.h"
+#include "tools/fwpack/check/diagnosis.h"
 #include "tools/fwpack/check/steps.h"
 
 namespace {
@@ -390,6 +392,19 @@ TEST_F(DeviceDiagnosis, TellsWhatOnlyLooksLikeARevocation) {
   EXPECT_EQ(reason.code, static_cast<LUMO_ERROR_CODE>(LUMO_ERR_LIST_FULL));
   EXPECT_THAT(reason.explanation, HasSubstr("more than 16 PEM blocks"));
   EXPECT_THAT(reason.explanation, HasSubstr("reports this as a revocation, which it is not"));
+}
+
+TEST_F(DeviceDiagnosis, TellsThatTheDeviceWouldNotComeToAnEnd) {
+  const fwpack::IsolatedRun ended{.signal = SIGXCPU};
+  const auto reasons = fwpack::FindReasons(
+      {.after = fwpack::DeviceSetup{}, .package = "package", .process = ended, .device_crl = std::nullopt});
+  ASSERT_EQ(reasons.size(), 1U);
+  EXPECT_EQ(reasons.front().step, steps::kCrash);
+  EXPECT_THAT(reasons.front().explanation, HasSubstr("the device's code would not come to an end"));
+  CheckResult result;
+  result.run.process = ended;
+  result.reasons = reasons;
+  EXPECT_EQ(fwpack::ExitStatusOf(result), 2);
 }
 
 TEST_F(DeviceDiagnosis, BlamesThePackageFirst) {

@@ -1,7 +1,5 @@
 #include "tools/fwpack/check/diagnosis.h"
 
-#include <cstring>
-
 #include "tools/fwpack/check/device_messages.h"
 #include "tools/fwpack/check/package_blocks.h"
 #include "tools/fwpack/check/remedies.h"
@@ -25,10 +23,10 @@ Reason MakeReason(const Culprit& culprit) {
 }
 
 Reason CrashReason(const IsolatedRun& run) {
-  return {.step = steps::kCrash,
-          .explanation = std::string("the device's code was ended by signal ") + strsignal(run.signal) +
-                         ": a device would not survive this package",
-          .remedy = "keep the package away from devices and report it as a fault of this program"};
+  return {
+      .step = steps::kCrash,
+      .explanation = "the device's code " + EndBySignal(run) + ": a device would not survive this package",
+      .remedy = "keep the package away from devices and report it as a fault of this program"};
 }
 
 Reason WordlessReason(const std::filesystem::path& package) {
