@@ -5,16 +5,16 @@
 
 #include "app/fwvet.h"
 #include "tests/app/app_fixture.h"
-#include "tests/support/raw_pki.h"
+#include "tests/support/forged_messages.h"
 
 namespace {
 
 using der::Bytes;
 using pki::Cert;
 
-const Bytes& Content() {
-  static const Bytes content = der::FromText("software");
-  return content;
+const world::ForgedMessages& Forged() {
+  static const world::ForgedMessages messages(TheWorld(), der::FromText("software"));
+  return messages;
 }
 
 // What the check says when begin refuses the signature with `code`.
@@ -28,47 +28,6 @@ struct Attempt {
   Bytes signature;
   Bytes crl = TheWorld().Crls({});
 };
-
-pki::TokenSpec GoodToken() {
-  return {.tsa = TheWorld().tsa, .certs = {TheWorld().tsa}};
-}
-
-// A message by `signer` whose unsigned attribute is `token` over its signature value.
-Bytes Message(const Cert& signer, const pki::TokenSpec& token = GoodToken(),
-              const std::vector<Cert>& more = {}) {
-  std::vector<Cert> certs{signer};
-  certs.insert(certs.end(), more.begin(), more.end());
-  return pki::MakeCms(
-      {.content = Content(), .signers = {pki::SignerSpec{.signer = signer, .token = token}}, .certs = certs});
-}
-
-Bytes MessageWithRawToken(const Bytes& token) {
-  const Cert& signer = TheWorld().signer;
-  return pki::MakeCms({.content = Content(),
-                       .signers = {pki::SignerSpec{.signer = signer, .raw_token = token}},
-                       .certs = {signer}});
-}
-
-Bytes MessageDigest(const Bytes& digest) {
-  return pki::Attribute(pki::kOidMessageDigest, der::OctetString(digest));
-}
-
-Bytes RightDigest() {
-  return MessageDigest(pki::DigestOf("SHA256", Content()));
-}
-
-// A message piece by piece, its signature over these attributes, with a good token; `change` sees it last.
-Bytes RawMessage(const std::vector<Bytes>& attributes,
-                 const std::function<void(pki::RawSignedData&, pki::RawSignerInfo&)>& change = {}) {
-  const Cert& signer = TheWorld().signer;
-  pki::RawSignerInfo info = pki::SignAttributes(signer, attributes);
-  info.unsigned_attributes = pki::TokenAttributes(pki::MakeToken(GoodToken(), info.signature));
-  pki::RawSignedData message;
-  message.certificates = {signer.der};
-  if (change) change(message, info);
-  if (message.signer_infos.empty()) message.signer_infos = {info.Encode()};
-  return message.Encode();
-}
 
 struct Case {
   const char* name;
@@ -84,7 +43,8 @@ class Attack : public AppTest, public testing::WithParamInterface<Case> {};
 
 TEST_P(Attack, EndsInItsVerdict) {
   const Attempt attempt = GetParam().make();
-  const std::string path = Save("package", package::Build(Content(), attempt.signature, attempt.crl));
+  const std::string path =
+      Save("package", package::Build(Forged().content(), attempt.signature, attempt.crl));
   unsigned int verdict = 99;
   EXPECT_EQ(PrintedVerbosely([&] { verdict = FileCertCheck(path.c_str()); }), GetParam().printed);
   EXPECT_EQ(verdict, GetParam().printed == kAccepted ? 0U : 0xFFFFFFFFU);
@@ -99,45 +59,48 @@ INSTANTIATE_TEST_SUITE_P(
     TimeStamp, Attack,
     testing::Values(Case{"OfAnotherSignature",
                          [] {
-                           return Attempt{
-                               MessageWithRawToken(pki::MakeToken(GoodToken(), der::FromText("another")))};
+                           return Attempt{Forged().WithRawToken(
+                               pki::MakeToken(Forged().GoodToken(), der::FromText("another")))};
                          },
                          BeginRefuses("88200402")},
                     Case{"OverTheContent",
-                         [] { return Attempt{MessageWithRawToken(pki::MakeToken(GoodToken(), Content()))}; },
+                         [] {
+                           return Attempt{Forged().WithRawToken(
+                               pki::MakeToken(Forged().GoodToken(), Forged().content()))};
+                         },
                          BeginRefuses("88200402")},
                     Case{"OfAHashThatIsNotKnown",
                          [] {
-                           pki::TokenSpec token = GoodToken();
+                           pki::TokenSpec token = Forged().GoodToken();
                            token.imprint_hash = "SHA1";
-                           return Attempt{Message(TheWorld().signer, token)};
+                           return Attempt{Forged().Message(TheWorld().signer, token)};
                          },
                          BeginRefuses("88200016")},
                     Case{"OfAnotherGoodHash",
                          [] {
-                           pki::TokenSpec token = GoodToken();
+                           pki::TokenSpec token = Forged().GoodToken();
                            token.imprint_hash = "SHA512";
-                           return Attempt{Message(TheWorld().signer, token)};
+                           return Attempt{Forged().Message(TheWorld().signer, token)};
                          },
                          kAccepted},
-                    Case{"MissingAndOnlyASigningTime", [] { return Attempt{MessageWithRawToken({})}; },
+                    Case{"MissingAndOnlyASigningTime", [] { return Attempt{Forged().WithRawToken({})}; },
                          BeginRefuses("88100001")},
                     Case{"ThatIsTheMessageItself",
-                         [] { return Attempt{MessageWithRawToken(Message(TheWorld().signer))}; },
+                         [] { return Attempt{Forged().WithRawToken(Forged().Message(TheWorld().signer))}; },
                          BeginRefuses("88100001")},
                     Case{"ByACodeSigner",
                          [] {
-                           pki::TokenSpec token = GoodToken();
+                           pki::TokenSpec token = Forged().GoodToken();
                            token.tsa = TheWorld().other_signer;
                            token.certs = {token.tsa};
-                           return Attempt{Message(TheWorld().signer, token)};
+                           return Attempt{Forged().Message(TheWorld().signer, token)};
                          },
                          BeginRefuses("88200007")},
                     Case{"FromBeforeTheCertificates",
                          [] {
-                           pki::TokenSpec token = GoodToken();
+                           pki::TokenSpec token = Forged().GoodToken();
                            token.time = pki::Utc(2019, 12, 31, 23, 59, 59);
-                           return Attempt{Message(TheWorld().signer, token)};
+                           return Attempt{Forged().Message(TheWorld().signer, token)};
                          },
                          BeginRefuses("88200013")}),
     CaseName);
@@ -146,20 +109,24 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     Signer, Attack,
     testing::Values(
-        Case{"IsTheTimeStamper", [] { return Attempt{Message(TheWorld().tsa)}; }, BeginRefuses("88200007")},
+        Case{"IsTheTimeStamper", [] { return Attempt{Forged().Message(TheWorld().tsa)}; },
+             BeginRefuses("88200007")},
         Case{"IsSelfSigned",
-             [] { return Attempt{Message(pki::SelfSigned(pki::CodeSignerSpec("stranger")))}; },
+             [] { return Attempt{Forged().Message(pki::SelfSigned(pki::CodeSignerSpec("stranger")))}; },
              BeginRefuses("88200301")},
         Case{"BearsTheRootsNameTwice",
              [] {
                pki::CertSpec spec = pki::CodeSignerSpec("app-root", {9});
                spec.issuer = spec.subject;
                spec.key = pki::KeyNamed("stranger");
-               return Attempt{Message(pki::Issue(TheWorld().ca, spec))};
+               return Attempt{Forged().Message(pki::Issue(TheWorld().ca, spec))};
              },
              BeginRefuses("88200004")},
         Case{"WasIssuedByALeaf",
-             [] { return Attempt{Message(pki::Issue(TheWorld().signer, pki::CodeSignerSpec("leaf", {9})))}; },
+             [] {
+               return Attempt{
+                   Forged().Message(pki::Issue(TheWorld().signer, pki::CodeSignerSpec("leaf", {9})))};
+             },
              BeginRefuses("88200004")},
         Case{"ChainsIntoACycle",
              [] {
@@ -171,7 +138,7 @@ INSTANTIATE_TEST_SUITE_P(
                const Bytes crls = der::Concat(
                    TheWorld().Crls({}),
                    der::FromText(pki::PemBundle({pki::MakeCrl(a, {}), pki::MakeCrl(b, {})}, {a, b})));
-               return Attempt{Message(leaf), crls};
+               return Attempt{Forged().Message(leaf), crls};
              },
              BeginRefuses("88200004")}),
     CaseName);
@@ -185,18 +152,18 @@ INSTANTIATE_TEST_SUITE_P(
                Cert forger = TheWorld().ca;
                forger.key = pki::KeyNamed("stranger");
                const Bytes forged = der::FromText(pki::PemBundle({pki::MakeCrl(forger, {})}, {}));
-               return Attempt{Message(TheWorld().signer),
+               return Attempt{Forged().Message(TheWorld().signer),
                               der::Concat(TheWorld().Crls({.with_ca_crl = false}), forged)};
              },
              BeginRefuses("88200012")},
         Case{"OfASiblingOnly",
              [] {
-               return Attempt{Message(TheWorld().signer), TheWorld().Crls({.with_ca_crl = false})};
+               return Attempt{Forged().Message(TheWorld().signer), TheWorld().Crls({.with_ca_crl = false})};
              },
              BeginRefuses("88200012")},
         Case{"WithoutTheRootsOwn",
              [] {
-               return Attempt{Message(TheWorld().signer), TheWorld().Crls({.with_root_crl = false})};
+               return Attempt{Forged().Message(TheWorld().signer), TheWorld().Crls({.with_root_crl = false})};
              },
              BeginRefuses("88200012")},
         Case{"ByACaThatMayNotSignCrls",
@@ -206,14 +173,14 @@ INSTANTIATE_TEST_SUITE_P(
                const Cert ca = pki::Issue(TheWorld().root, spec);
                const Cert leaf = pki::Issue(ca, pki::CodeSignerSpec("leaf", {9}));
                const Bytes crl = der::FromText(pki::PemBundle({pki::MakeCrl(ca, {})}, {ca}));
-               return Attempt{Message(leaf), der::Concat(TheWorld().Crls({}), crl)};
+               return Attempt{Forged().Message(leaf), der::Concat(TheWorld().Crls({}), crl)};
              },
              BeginRefuses("88200012")},
         Case{"ThatIsOutOfDate",
              [] {
                const pki::CrlSpec stale{.next_update = pki::Utc(2024, 5, 31)};
                const Bytes crl = der::FromText(pki::PemBundle({pki::MakeCrl(TheWorld().ca, stale)}, {}));
-               return Attempt{Message(TheWorld().signer),
+               return Attempt{Forged().Message(TheWorld().signer),
                               der::Concat(TheWorld().Crls({.with_ca_crl = false}), crl)};
              },
              BeginRefuses("88200012")}),
@@ -223,74 +190,76 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     Form, Attack,
     testing::Values(
-        Case{"IsAsItShouldBe", [] { return Attempt{RawMessage({RightDigest()})}; }, kAccepted},
+        Case{"IsAsItShouldBe", [] { return Attempt{Forged().Raw({Forged().RightDigest()})}; }, kAccepted},
         Case{"HasAnEmptyDigestAlgorithmSet",
              [] {
-               return Attempt{
-                   RawMessage({RightDigest()}, [](pki::RawSignedData& message, pki::RawSignerInfo&) {
-                     message.digest_algorithms = der::Set();
-                   })};
+               return Attempt{Forged().Raw({Forged().RightDigest()},
+                                           [](pki::RawSignedData& message, pki::RawSignerInfo&) {
+                                             message.digest_algorithms = der::Set();
+                                           })};
              },
              kAccepted},
         Case{"HasTwoSigners",
              [] {
-               return Attempt{
-                   RawMessage({RightDigest()}, [](pki::RawSignedData& message, pki::RawSignerInfo& by) {
-                     message.signer_infos = {by.Encode(), by.Encode()};
-                   })};
+               return Attempt{Forged().Raw({Forged().RightDigest()},
+                                           [](pki::RawSignedData& message, pki::RawSignerInfo& by) {
+                                             message.signer_infos = {by.Encode(), by.Encode()};
+                                           })};
              },
              BeginRefuses("88200312")},
         Case{"HasThreeCertificates",
              [] {
-               return Attempt{Message(TheWorld().signer, GoodToken(), {TheWorld().ca, TheWorld().tsa})};
+               return Attempt{Forged().Message(TheWorld().signer, Forged().GoodToken(),
+                                               {TheWorld().ca, TheWorld().tsa})};
              },
              BeginRefuses("88200312")},
         Case{"HasDroppedItsSignedAttributes",
              [] {
-               return Attempt{RawMessage({RightDigest()}, [](pki::RawSignedData&, pki::RawSignerInfo& by) {
-                 by.signed_attributes = {};
-               })};
+               return Attempt{Forged().Raw(
+                   {Forged().RightDigest()},
+                   [](pki::RawSignedData&, pki::RawSignerInfo& by) { by.signed_attributes = {}; })};
              },
              kDigestDiffers},
         Case{"HasChangedItsSignedAttributes",
              [] {
-               return Attempt{
-                   RawMessage({MessageDigest(Bytes(32))}, [](pki::RawSignedData&, pki::RawSignerInfo& by) {
-                     by.signed_attributes = der::Implicit(0, der::Set(RightDigest()));
+               return Attempt{Forged().Raw(
+                   {world::MessageDigest(Bytes(32))}, [](pki::RawSignedData&, pki::RawSignerInfo& by) {
+                     by.signed_attributes = der::Implicit(0, der::Set(Forged().RightDigest()));
                    })};
              },
              BeginRefuses("88200309")},
         Case{"HasNoMessageDigest",
              [] {
-               return Attempt{RawMessage({pki::Attribute(pki::kOidContentType, der::Oid(pki::kOidData))})};
+               return Attempt{Forged().Raw({pki::Attribute(pki::kOidContentType, der::Oid(pki::kOidData))})};
              },
              BeginRefuses("88000002")},
-        Case{"HasADigestOfNoBytes", [] { return Attempt{RawMessage({MessageDigest({})})}; },
+        Case{"HasADigestOfNoBytes", [] { return Attempt{Forged().Raw({world::MessageDigest({})})}; },
              BeginRefuses("88000002")},
         Case{"HasADigestOf31Bytes",
              [] {
-               Bytes digest = pki::DigestOf("SHA256", Content());
+               Bytes digest = pki::DigestOf("SHA256", Forged().content());
                digest.pop_back();
-               return Attempt{RawMessage({MessageDigest(digest)})};
+               return Attempt{Forged().Raw({world::MessageDigest(digest)})};
              },
              kDigestDiffers},
         Case{"HasADigestOf33Bytes",
              [] {
-               Bytes digest = pki::DigestOf("SHA256", Content());
+               Bytes digest = pki::DigestOf("SHA256", Forged().content());
                digest.push_back(0);
-               return Attempt{RawMessage({MessageDigest(digest)})};
+               return Attempt{Forged().Raw({world::MessageDigest(digest)})};
              },
              kDigestDiffers},
-        Case{"HasADigestOfAMillionBytes", [] { return Attempt{RawMessage({MessageDigest(Bytes(1000000))})}; },
+        Case{"HasADigestOfAMillionBytes",
+             [] { return Attempt{Forged().Raw({world::MessageDigest(Bytes(1000000))})}; },
              BeginRefuses("880000ff")},
         Case{"HasAWrongDigestInFrontOfTheRightOne",
              [] {
-               return Attempt{RawMessage({MessageDigest(Bytes(32)), RightDigest()})};
+               return Attempt{Forged().Raw({world::MessageDigest(Bytes(32)), Forged().RightDigest()})};
              },
              kAccepted},
         Case{"HasAWrongDigestBehindTheRightOne",
              [] {
-               return Attempt{RawMessage({RightDigest(), MessageDigest(Bytes(32))})};
+               return Attempt{Forged().Raw({Forged().RightDigest(), world::MessageDigest(Bytes(32))})};
              },
              kDigestDiffers},
         Case{"HasALengthOf4GiB",
@@ -310,8 +279,8 @@ INSTANTIATE_TEST_SUITE_P(
 // device can tell the two apart: such a file passes, but it can only be those attributes themselves.
 TEST_F(AppTest, TheSignedAttributesThemselvesPassAsContentAndNothingElseDoes) {
   const auto dropped = [](pki::RawSignedData&, pki::RawSignerInfo& by) { by.signed_attributes = {}; };
-  const Bytes message = RawMessage({RightDigest()}, dropped);
-  const Bytes attributes = der::Set(RightDigest());
+  const Bytes message = Forged().Raw({Forged().RightDigest()}, dropped);
+  const Bytes attributes = der::Set(Forged().RightDigest());
   const std::string same = Save("attributes", package::Build(attributes, message, TheWorld().Crls({})));
   EXPECT_EQ(FileCertCheck(same.c_str()), 0U);
   Bytes longer = attributes;

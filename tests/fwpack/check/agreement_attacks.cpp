@@ -3,71 +3,26 @@
 #include <stdexcept>
 
 #include "tests/fwpack/check/agreement_cases.h"
-#include "tests/support/raw_pki.h"
+#include "tests/support/forged_messages.h"
 
 namespace checktest {
 namespace {
 
 using pki::Cert;
 
-const Bytes& Content() {
-  static const Bytes content = der::FromText("software");
-  return content;
+const world::ForgedMessages& Forged() {
+  static const world::ForgedMessages messages(Maker(), der::FromText("software"));
+  return messages;
 }
 
 AgreementCase Make(const std::string& name, const Bytes& signature, const Bytes& crl = Maker().Crls({})) {
-  return {.name = name, .package = package::Build(Content(), signature, crl)};
-}
-
-pki::TokenSpec GoodToken() {
-  return {.tsa = Maker().tsa, .certs = {Maker().tsa}};
-}
-
-Bytes Message(const Cert& signer, const pki::TokenSpec& token = GoodToken(),
-              const std::vector<Cert>& more = {}) {
-  std::vector<Cert> certs{signer};
-  certs.insert(certs.end(), more.begin(), more.end());
-  return pki::MakeCms(
-      {.content = Content(), .signers = {pki::SignerSpec{.signer = signer, .token = token}}, .certs = certs});
-}
-
-Bytes MessageWithRawToken(const Bytes& token) {
-  const Cert& signer = Maker().signer;
-  return pki::MakeCms({.content = Content(),
-                       .signers = {pki::SignerSpec{.signer = signer, .raw_token = token}},
-                       .certs = {signer}});
-}
-
-Bytes MessageDigest(const Bytes& digest) {
-  return pki::Attribute(pki::kOidMessageDigest, der::OctetString(digest));
-}
-
-Bytes RightDigest() {
-  return MessageDigest(pki::DigestOf("SHA256", Content()));
-}
-
-using Change = std::function<void(pki::RawSignedData&, pki::RawSignerInfo&)>;
-
-// A message piece by piece, its signature over these attributes, with a good token; `change` sees it last.
-Bytes RawMessage(const std::vector<Bytes>& attributes, const Change& change = {}) {
-  const Cert& signer = Maker().signer;
-  pki::RawSignerInfo info = pki::SignAttributes(signer, attributes);
-  info.unsigned_attributes = pki::TokenAttributes(pki::MakeToken(GoodToken(), info.signature));
-  pki::RawSignedData message;
-  message.certificates = {signer.der};
-  message.signer_infos = {info.Encode()};
-  if (change) {
-    message.signer_infos.clear();
-    change(message, info);
-    if (message.signer_infos.empty()) message.signer_infos = {info.Encode()};
-  }
-  return message.Encode();
+  return {.name = name, .package = package::Build(Forged().content(), signature, crl)};
 }
 
 Bytes Stamped(const std::function<void(pki::TokenSpec&)>& change) {
-  pki::TokenSpec token = GoodToken();
+  pki::TokenSpec token = Forged().GoodToken();
   change(token);
-  return Message(Maker().signer, token);
+  return Forged().Message(Maker().signer, token);
 }
 
 Cert LeafOf(const Cert& ca) {
@@ -82,7 +37,7 @@ AgreementCase CaCase(const std::string& name, const std::function<void(pki::Cert
   pki::CertSpec spec = pki::CaSpec("sub-ca", {8});
   change(spec);
   const Cert ca = pki::Issue(Maker().root, spec);
-  return Make(name, Message(LeafOf(ca)), WithMore({pki::MakeCrl(ca, {})}, {ca}));
+  return Make(name, Forged().Message(LeafOf(ca)), WithMore({pki::MakeCrl(ca, {})}, {ca}));
 }
 
 Cert SignerWith(const std::function<void(pki::CertSpec&)>& change) {
@@ -98,13 +53,13 @@ Cases StampCases() {
   const auto stamped = [&cases](const std::string& name, const std::function<void(pki::TokenSpec&)>& change) {
     cases.push_back(Make("stamp " + name, Stamped(change)));
   };
-  cases.push_back(Make("stamp of another signature",
-                       MessageWithRawToken(pki::MakeToken(GoodToken(), der::FromText("another")))));
-  cases.push_back(
-      Make("stamp over the content", MessageWithRawToken(pki::MakeToken(GoodToken(), Content()))));
-  cases.push_back(Make("stamp missing", MessageWithRawToken({})));
-  cases.push_back(Make("stamp that is garbage", MessageWithRawToken(der::Seq(der::Integer(1)))));
-  cases.push_back(Make("stamp that is a message", MessageWithRawToken(Message(Maker().signer))));
+  cases.push_back(Make("stamp of another signature", Forged().WithRawToken(pki::MakeToken(
+                                                         Forged().GoodToken(), der::FromText("another")))));
+  cases.push_back(Make("stamp over the content",
+                       Forged().WithRawToken(pki::MakeToken(Forged().GoodToken(), Forged().content()))));
+  cases.push_back(Make("stamp missing", Forged().WithRawToken({})));
+  cases.push_back(Make("stamp that is garbage", Forged().WithRawToken(der::Seq(der::Integer(1)))));
+  cases.push_back(Make("stamp that is a message", Forged().WithRawToken(Forged().Message(Maker().signer))));
   for (const char* hash : {"SHA1", "SHA256", "SHA384", "SHA512"}) {
     stamped(std::string("of ") + hash, [hash](pki::TokenSpec& token) { token.imprint_hash = hash; });
   }
@@ -127,8 +82,8 @@ Cases StampCases() {
   for (const char* time :
        {"20240601120000Z", "202406011200Z", "20240601120000.5Z", "2024060112000", "20241301000000Z"}) {
     const std::string text = time;
-    const pki::RawSignerInfo info = pki::SignAttributes(Maker().signer, {RightDigest()});
-    pki::TokenSpec token = GoodToken();
+    const pki::RawSignerInfo info = pki::SignAttributes(Maker().signer, {Forged().RightDigest()});
+    pki::TokenSpec token = Forged().GoodToken();
     Bytes tst = pki::MakeTstInfo(token, info.signature);
     const Bytes right = der::GeneralizedTime("20240601120000Z");
     const auto at = std::search(tst.begin(), tst.end(), right.begin(), right.end());
@@ -154,20 +109,22 @@ Cases SignerCases() {
     cases.push_back(Make("signer " + name, signature, crl));
   };
   const Bytes crls = Maker().Crls({});
-  add("is the other one", Message(Maker().other_signer), crls);
-  add("is the time stamper", Message(Maker().tsa), crls);
-  add("is the CA", Message(Maker().ca), crls);
-  add("is self-signed", Message(pki::SelfSigned(pki::CodeSignerSpec("stranger"))), crls);
-  add("was issued by a leaf", Message(LeafOf(Maker().signer)), crls);
+  add("is the other one", Forged().Message(Maker().other_signer), crls);
+  add("is the time stamper", Forged().Message(Maker().tsa), crls);
+  add("is the CA", Forged().Message(Maker().ca), crls);
+  add("is self-signed", Forged().Message(pki::SelfSigned(pki::CodeSignerSpec("stranger"))), crls);
+  add("was issued by a leaf", Forged().Message(LeafOf(Maker().signer)), crls);
   add("lacks digitalSignature",
-      Message(SignerWith([](auto& spec) { spec.key_usage = "critical,keyAgreement"; })), crls);
-  add("has no key usage", Message(SignerWith([](auto& spec) { spec.key_usage = ""; })), crls);
-  add("has no extended usage", Message(SignerWith([](auto& spec) { spec.ext_key_usage = ""; })), crls);
-  add("has codeSigning second",
-      Message(SignerWith([](auto& spec) { spec.ext_key_usage = "emailProtection,codeSigning"; })), crls);
-  add("was signed with SHA1", Message(SignerWith([](auto& spec) { spec.digest = "SHA1"; })), crls);
-  add("has a serial of 33 bytes", Message(SignerWith([](auto& spec) { spec.serial = Bytes(33, 0x11); })),
+      Forged().Message(SignerWith([](auto& spec) { spec.key_usage = "critical,keyAgreement"; })), crls);
+  add("has no key usage", Forged().Message(SignerWith([](auto& spec) { spec.key_usage = ""; })), crls);
+  add("has no extended usage", Forged().Message(SignerWith([](auto& spec) { spec.ext_key_usage = ""; })),
       crls);
+  add("has codeSigning second",
+      Forged().Message(SignerWith([](auto& spec) { spec.ext_key_usage = "emailProtection,codeSigning"; })),
+      crls);
+  add("was signed with SHA1", Forged().Message(SignerWith([](auto& spec) { spec.digest = "SHA1"; })), crls);
+  add("has a serial of 33 bytes",
+      Forged().Message(SignerWith([](auto& spec) { spec.serial = Bytes(33, 0x11); })), crls);
   const world::World stranger(pki::SelfSigned(pki::CaSpec("another-root")));
   cases.push_back({.name = "signer under another root", .package = stranger.Package({})});
   pki::CertSpec named = pki::CaSpec("e2e-root");
@@ -188,55 +145,58 @@ Cases SignerCases() {
   cases.push_back(CaCase("signer under a CA signed with SHA1", [](auto& spec) { spec.digest = "SHA1"; }));
   Cert forged = Maker().ca;
   forged.key = pki::KeyNamed("stranger");
-  add("with a forged CRL", Message(Maker().signer),
+  add("with a forged CRL", Forged().Message(Maker().signer),
       der::Concat(Maker().Crls({.with_ca_crl = false}),
                   der::FromText(pki::PemBundle({pki::MakeCrl(forged, {})}, {}))));
   const pki::CrlSpec stale{.next_update = pki::Utc(2024, 5, 31)};
-  add("with a stale CRL", Message(Maker().signer),
+  add("with a stale CRL", Forged().Message(Maker().signer),
       der::Concat(Maker().Crls({.with_ca_crl = false}),
                   der::FromText(pki::PemBundle({pki::MakeCrl(Maker().ca, stale)}, {}))));
   const Cert a_self = pki::SelfSigned(pki::CaSpec("cycle-a"));
   const Cert b = pki::Issue(a_self, pki::CaSpec("cycle-b", {5}));
   const Cert a = pki::Issue(b, pki::CaSpec("cycle-a", {6}));
-  add("in a cycle", Message(LeafOf(a)), WithMore({pki::MakeCrl(a, {}), pki::MakeCrl(b, {})}, {a, b}));
+  add("in a cycle", Forged().Message(LeafOf(a)),
+      WithMore({pki::MakeCrl(a, {}), pki::MakeCrl(b, {})}, {a, b}));
   return cases;
 }
 
 Cases MessageCases() {
   Cases cases;
   const auto raw = [&cases](const std::string& name, const std::vector<Bytes>& attributes,
-                            const Change& change = {}) {
-    cases.push_back(Make("message " + name, RawMessage(attributes, change)));
+                            const world::ForgedMessages::Change& change = {}) {
+    cases.push_back(Make("message " + name, Forged().Raw(attributes, change)));
   };
-  raw("piece by piece", {RightDigest()});
-  raw("with two signers", {RightDigest()}, [](auto& message, auto& by) {
+  raw("piece by piece", {Forged().RightDigest()});
+  raw("with two signers", {Forged().RightDigest()}, [](auto& message, auto& by) {
     message.signer_infos = {by.Encode(), by.Encode()};
   });
-  raw("with dropped attributes", {RightDigest()}, [](auto&, auto& by) { by.signed_attributes = {}; });
-  raw("with changed attributes", {MessageDigest(Bytes(32))},
-      [](auto&, auto& by) { by.signed_attributes = der::Implicit(0, der::Set(RightDigest())); });
+  raw("with dropped attributes", {Forged().RightDigest()},
+      [](auto&, auto& by) { by.signed_attributes = {}; });
+  raw("with changed attributes", {world::MessageDigest(Bytes(32))},
+      [](auto&, auto& by) { by.signed_attributes = der::Implicit(0, der::Set(Forged().RightDigest())); });
   raw("without a digest", {pki::Attribute(pki::kOidContentType, der::Oid(pki::kOidData))});
-  raw("with a digest of no bytes", {MessageDigest({})});
-  raw("with a digest of 65 bytes", {MessageDigest(Bytes(65))});
-  raw("with a digest of 31 bytes", {MessageDigest(Bytes(31))});
-  raw("with a wrong digest", {MessageDigest(Bytes(32))});
-  raw("with an unknown digest algorithm", {RightDigest()},
+  raw("with a digest of no bytes", {world::MessageDigest({})});
+  raw("with a digest of 65 bytes", {world::MessageDigest(Bytes(65))});
+  raw("with a digest of 31 bytes", {world::MessageDigest(Bytes(31))});
+  raw("with a wrong digest", {world::MessageDigest(Bytes(32))});
+  raw("with an unknown digest algorithm", {Forged().RightDigest()},
       [](auto&, auto& by) { by.digest_algorithm = der::Seq(der::Oid("1.2.3.4")); });
-  raw("without its signer's certificate", {RightDigest()},
+  raw("without its signer's certificate", {Forged().RightDigest()},
       [](auto& message, auto&) { message.certificates = {}; });
-  raw("with a broken certificate", {RightDigest()},
+  raw("with a broken certificate", {Forged().RightDigest()},
       [](auto& message, auto&) { message.certificates = {der::Seq(der::Integer(1))}; });
-  raw("with another signature value", {RightDigest()}, [](auto&, auto& by) { by.signature = Bytes(256, 1); });
+  raw("with another signature value", {Forged().RightDigest()},
+      [](auto&, auto& by) { by.signature = Bytes(256, 1); });
   pki::RawSignedData nobody;
   nobody.certificates = {Maker().signer.der};
   cases.push_back(Make("message of nobody", nobody.Encode()));
   cases.push_back(Make("message with three certificates",
-                       Message(Maker().signer, GoodToken(), {Maker().ca, Maker().tsa})));
+                       Forged().Message(Maker().signer, Forged().GoodToken(), {Maker().ca, Maker().tsa})));
   cases.push_back(Make("message of 4 GiB", der::RawLength(0x30, der::LongLength(0xFFFFFFFF, 4), Bytes(100))));
   cases.push_back(Make("message of nothing", {}));
   cases.push_back(Make("message of 37 bytes", Bytes(37, 0x30)));
   cases.push_back(Make("message of garbage", Bytes(64, 'x')));
-  const Bytes good = Message(Maker().signer);
+  const Bytes good = Forged().Message(Maker().signer);
   for (const char* label : {"CMS", "PKCS7", "PKCS #7", "CERTIFICATE"}) {
     const std::string pem = pki::Pem(label, good);
     cases.push_back(Make(std::string("message labelled ") + label, der::FromText(pem)));
