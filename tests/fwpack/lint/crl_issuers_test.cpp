@@ -83,9 +83,9 @@ class Viewed {
     WriteWholeFile(dir_ / "package", linttest::PackageOf(plan));
     package_ = fwpack::ViewPackage(dir_ / "package");
   }
-  [[nodiscard]] fwpack::LintInput input() const {
-    return {.package = package_, .root = root_, .device_crl = none_};
-  }
+  Viewed(const Viewed&) = delete;
+  Viewed& operator=(const Viewed&) = delete;
+  [[nodiscard]] const fwpack::LintInput& input() const { return input_; }
   [[nodiscard]] const fwpack::CrlView& crl(std::size_t at = 0) const { return package_.bundle->crls.at(at); }
 
  private:
@@ -93,6 +93,7 @@ class Viewed {
   fwpack::PackageView package_{};
   fwpack::CertView root_ = fwpack::ViewCert(der::ToText(Maker().root.der));
   std::optional<fwpack::BundleView> none_{};
+  fwpack::LintInput input_{.package = package_, .root = root_, .device_crl = none_};
 };
 
 TEST(CrlIssuers, FindsTheOwnerOfTheKeyAmongEqualNames) {
