@@ -205,8 +205,50 @@ TEST(Lint, TellsABoundedNumberOfFindings) {
   std::vector<Bytes> crls(300, pki::MakeCrl(linttest::Maker().ca, {}));
   const Look look(linttest::Of({.crls = crls}));
   const auto rules = look.Rules();
-  EXPECT_EQ(std::count(rules.begin(), rules.end(), "bundle-duplicate-issuer"), 32);
+  EXPECT_EQ(std::count(rules.begin(), rules.end(), "bundle-duplicate-issuer"), 31);  // all but the first
   EXPECT_THAT(rules, testing::Contains("bundle-too-many-crls"));
+  const std::vector<pki::Revoked> entries(40, {.serial = Bytes(33, 1), .date = pki::Utc(2024, 4, 1)});
+  const auto more =
+      Look(linttest::Of({.crls = {pki::MakeCrl(linttest::Maker().ca, {.revoked = entries})}})).Rules();
+  EXPECT_EQ(std::count(more.begin(), more.end(), "crl-serial-too-long"), 32);
+}
+
+std::string DetailOf(const Look& look, const std::string& rule) {
+  for (const Finding& finding : look.findings()) {
+    if (finding.rule->id == rule) return finding.detail;
+  }
+  return "not found";
+}
+
+TEST(Lint, NamesTheCrlsThatMakeBundlesCompareAsMixed) {
+  const std::string rule = "device-crl-mixed";
+  for (const Case& each : linttest::BrokenBundles()) {
+    if (each.rule != rule) continue;
+    EXPECT_EQ(DetailOf(Look(each.sample()), rule),
+              "CRL of 'CN=lint-root': 2024-05-01T00:00:00Z here, 2024-05-20T00:00:00Z on the device; "
+              "CRL of 'CN=issuing-ca': 2024-05-01T00:00:00Z here, 2024-04-01T00:00:00Z on the device");
+  }
+  Sample sample = linttest::Of({});
+  sample.device_crl = linttest::BundleOf(
+      {.crls = {pki::MakeCrl(linttest::Maker().ca, {.this_update = pki::Utc(2019, 1, 1)})}});
+  EXPECT_THAT(DetailOf(Look(sample), rule),
+              testing::StartsWith("the device's CRL of 'CN=issuing-ca' has no issuer that was valid at its "
+                                  "thisUpdate; "));
+}
+
+TEST(Lint, NamesTheCrlsThatOnlyTheDeviceHas) {
+  Sample sample = linttest::Of({.crls = {pki::MakeCrl(linttest::Maker().root, {})}});
+  sample.device_crl = linttest::BundleOf({});
+  EXPECT_THAT(DetailOf(Look(sample), "device-crl-newer"),
+              testing::HasSubstr("only the device has a CRL of 'CN=issuing-ca'"));
+}
+
+TEST(Lint, SaysOfTooFewBuffersNotThatTheDevicesBundleIsIgnored) {
+  for (const Case& each : linttest::BrokenBundles()) {
+    if (each.rule != "capacity-raw-buffers") continue;
+    EXPECT_THAT(Look(each.sample()).Rules(), testing::Not(testing::Contains("capacity-device-crl")))
+        << each.name;
+  }
 }
 
 TEST(Lint, ShortensNumbersOfAnyLength) {

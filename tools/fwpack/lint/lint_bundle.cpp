@@ -1,8 +1,10 @@
 #include "tools/fwpack/lint/lint_bundle.h"
 
 #include <algorithm>
+#include <map>
 
 #include "app/device_state.h"
+#include "tools/fwpack/lint/bundle_difference.h"
 
 namespace fwpack::lint {
 namespace {
@@ -16,12 +18,14 @@ std::size_t Decodable(const Views& views) {
       views.begin(), views.end(), [](const auto& view) { return view.device_code == LUMO_OK; }));
 }
 
-std::optional<LUMO_CRL_PERIOD_STAT> Comparison(const Scene& scene) {
+// Reports when the package's bundle and the device's compare like that, and which CRLs are the cause.
+void AddWhenCompared(const Scene& scene, LUMO_CRL_PERIOD_STAT as, Report& report) {
   const auto& offered = scene.input.package.bundle;
   const auto& stored = scene.input.device_crl;
-  if (!offered || !stored || stored->bytes.empty()) return std::nullopt;
-  return DeviceBundle(scene.input.root, offered->bytes)
-      .CompareWith(DeviceBundle(scene.input.root, stored->bytes));
+  if (!offered || !stored || stored->bytes.empty()) return;
+  const DeviceBundle here(scene.input.root, offered->bytes);
+  const DeviceBundle there(scene.input.root, stored->bytes);
+  if (here.CompareWith(there) == as) report.Add(kBundle, BundleDifference(here, there));
 }
 
 // A device whose bundle was cleared keeps its zeros.
@@ -85,13 +89,13 @@ void CrlNotValid(const Scene& scene, Report& report) {
 }
 
 void DuplicateIssuer(const Scene& scene, Report& report) {
-  for (std::size_t i = 0; i < scene.crls.size(); ++i) {
-    for (std::size_t j = 0; j < i; ++j) {
-      const CrlView& crl = *scene.crls[i];
-      const CrlView& other = *scene.crls[j];
-      const bool both_count = crl.device_code == LUMO_OK && other.device_code == LUMO_OK;
-      if (both_count && crl.issuer.der == other.issuer.der) report.Add(WhereOf(crl), "and " + WhereOf(other));
-    }
+  std::map<std::string_view, const CrlView*> first_of;
+  for (const CrlView* crl : scene.crls) {
+    if (crl->device_code != LUMO_OK) continue;
+    const auto [first, is_new] = first_of.emplace(crl->issuer.der, crl);
+    if (is_new) continue;
+    report.Add(WhereOf(*crl) + " at offset " + std::to_string(crl->offset),
+               "the first is at offset " + std::to_string(first->second->offset));
   }
 }
 
@@ -115,11 +119,11 @@ void DeviceCrlUnreadable(const Scene& scene, Report& report) {
 }
 
 void DeviceCrlMixed(const Scene& scene, Report& report) {
-  if (Comparison(scene) == SCPS_MIX) report.Add(kBundle);
+  AddWhenCompared(scene, SCPS_MIX, report);
 }
 
 void DeviceCrlNewer(const Scene& scene, Report& report) {
-  if (Comparison(scene) == SCPS_OLD) report.Add(kBundle);
+  AddWhenCompared(scene, SCPS_OLD, report);
 }
 
 }  // namespace fwpack::lint

@@ -30,6 +30,17 @@ bool HasPemSignature(const PackageView& package) {
   return package.signature && package.signature->encoding == Encoding::kPem;
 }
 
+// What a run needs; none without a bundle.
+std::size_t NeededBuffers(const Scene& scene) {
+  const PackageView& package = scene.input.package;
+  if (!package.bundle) return 0;
+  constexpr std::size_t kTwice = 2;  // the device reads the signature again when it judges with its own CRLs
+  const bool is_pem = HasPemSignature(package);
+  const std::size_t buffers = kRoot + BuffersOf(*package.bundle) + (is_pem ? kTwice : 0);
+  // Without a PEM signature behind it, the device's bundle alone goes without.
+  return is_pem && scene.input.device_crl ? buffers + BuffersOf(*scene.input.device_crl) : buffers;
+}
+
 }  // namespace
 
 void CertificateStore(const Scene& scene, Report& report) {
@@ -44,18 +55,14 @@ void CertificateStore(const Scene& scene, Report& report) {
 }
 
 void RawBuffers(const Scene& scene, Report& report) {
-  const PackageView& package = scene.input.package;
-  if (!package.bundle) return;
-  constexpr std::size_t kTwice = 2;  // the device reads the signature again when it judges with its own CRLs
-  const bool is_pem = HasPemSignature(package);
-  std::size_t buffers = kRoot + BuffersOf(*package.bundle) + (is_pem ? kTwice : 0);
-  // Without a PEM signature behind it, the device's bundle alone goes without.
-  if (is_pem && scene.input.device_crl) buffers += BuffersOf(*scene.input.device_crl);
+  const std::size_t buffers = NeededBuffers(scene);
   if (buffers > kListCapacity) report.Add("the run", Above(buffers, "buffers", kListCapacity));
 }
 
+// Where the buffers do not suffice the run fails, and nothing is ignored.
 void DeviceCrlRoom(const Scene& scene, Report& report) {
-  if (DeviceCrlIsCrowdedOut(scene.input)) report.Add("the device's bundle");
+  if (NeededBuffers(scene) <= kListCapacity && DeviceCrlIsCrowdedOut(scene.input))
+    report.Add("the device's bundle");
 }
 
 }  // namespace fwpack::lint
