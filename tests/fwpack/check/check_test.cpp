@@ -171,6 +171,19 @@ TEST_F(Check, WarnsOfADeviceThatKnowsNoCrls) {
   ExpectWarning(options, "device-flash-lost");
 }
 
+TEST_F(Check, NamesACrlThatTheDeviceSkips) {
+  const std::vector<pki::Revoked> entries(21, {.serial = {9}, .date = pki::Utc(2024, 4, 1)});
+  CheckOptions options = Options();
+  options.package = files_.Save("package", Maker().Package({.crl = {.by_ca = entries}}));
+  const CheckResult result = fwpack::CheckPackage(options);
+  ASSERT_EQ(result.reasons.size(), 1U);
+  EXPECT_EQ(result.reasons[0].code, LUMO_ERR_CRL_NOT_FOUND);
+  EXPECT_THAT(result.reasons[0].explanation,
+              HasSubstr("; the device skips the CRL of 'CN = issuing-ca' (this update 2024-05-01T00:00:00Z): "
+                        "the device decodes no CRLs of more than 20 entries"));
+  EXPECT_THAT(result.reasons[0].remedy, HasSubstr("drop no entry"));
+}
+
 TEST_F(Check, CallsARootThatNoDeviceCanHaveAWrongInput) {
   CheckOptions options = Options();
   options.root = files_.Save("signer.pem", der::FromText(pki::Pem("CERTIFICATE", Maker().signer.der)));

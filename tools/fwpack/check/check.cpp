@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "app/fwvet_messages.h"
+#include "tools/fwpack/check/crl_hints.h"
 #include "tools/fwpack/check/device_messages.h"
 #include "tools/fwpack/check/diagnosis.h"
 #include "tools/fwpack/check/findings.h"
@@ -94,6 +95,7 @@ CheckResult CheckPackage(const CheckOptions& options) {
     result.reasons = FindReasons({after, options.package, result.run.process, result.crl_before});
   }
   result.findings = FindingsOf(options.package, setup, result.crl_before);
+  NameSkippedCrls(result.findings, &result.reasons);
   return result;
 }
 

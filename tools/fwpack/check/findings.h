@@ -11,8 +11,8 @@
 
 namespace fwpack {
 
-/// What lint finds in a package for this device, on which this CRL bundle is perhaps stored. Throws Error when
-/// the package cannot be read.
+/// What lint finds in a package for this device, on which this CRL bundle is perhaps stored. Throws Error
+/// when the package cannot be read.
 std::vector<Finding> FindingsOf(const std::filesystem::path& package, const DeviceSetup& setup,
                                 const std::optional<std::string>& device_crl);
 

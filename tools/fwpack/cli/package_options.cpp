@@ -135,13 +135,13 @@ void JudgePackage(const JudgeOptions& options, const std::filesystem::path& pack
   check.device_crl = options.device_crl;
   check.flash = options.flash;
   const CheckResult result = CheckPackage(check);
+  TellFindings(result, package);
   if (!result.accepted && !options.force) {
     throw Error(package.string() +
                 ": not written, for a device would refuse it (--force writes it nevertheless): " +
                 WhyRefused(result));
   }
   if (!result.accepted) Warn(package, "a device would refuse it: " + WhyRefused(result));
-  TellFindings(result, package);
 }
 
 }  // namespace
