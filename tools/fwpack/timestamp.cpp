@@ -44,19 +44,31 @@ ImprintPtr MakeImprint(const EVP_MD* digest, const std::string& stamped) {
   return imprint;
 }
 
+// What makes one time-stamp another than the next.
+struct Stamp {
+  UtcTime time = 0;
+  std::string serial{};  // octets
+};
+
+// The serial number follows from what is stamped and when, so that the same package can be made again. The
+// leading octet keeps it positive and of one length.
+Stamp MakeStamp(const std::string& request, UtcTime time) {
+  constexpr std::size_t kSerialOctets = 8;
+  const std::string hash = Hash(EVP_sha256(), request + std::to_string(time));
+  return {.time = time, .serial = "\x01" + hash.substr(0, kSerialOctets - 1)};
+}
+
 int GiveTime(TS_RESP_CTX* /*responder*/, void* data, long* seconds, long* microseconds) {
-  *seconds = static_cast<long>(*static_cast<const UtcTime*>(data));
+  *seconds = static_cast<long>(static_cast<const Stamp*>(data)->time);
   *microseconds = 0;
   return 1;
 }
 
-// Called from C: nothing may be thrown.
-ASN1_INTEGER* GiveSerial(TS_RESP_CTX* /*responder*/, void* /*data*/) {
-  try {
-    return RandomSerial().release();
-  } catch (const Error&) {
-    return nullptr;
-  }
+ASN1_INTEGER* GiveSerial(TS_RESP_CTX* /*responder*/, void* data) {
+  const std::string& octets = static_cast<const Stamp*>(data)->serial;
+  const BignumPtr number(BN_bin2bn(reinterpret_cast<const unsigned char*>(octets.data()),
+                                   static_cast<int>(octets.size()), nullptr));
+  return number == nullptr ? nullptr : BN_to_ASN1_INTEGER(number.get(), nullptr);
 }
 
 void SetCertificates(TS_RESP_CTX* responder, const TimeStamper& stamper) {
@@ -69,7 +81,7 @@ void SetCertificates(TS_RESP_CTX* responder, const TimeStamper& stamper) {
   RequireOpenSsl(TS_RESP_CTX_set_certs(responder, chain.get()) == 1, "prepare a time-stamp");
 }
 
-ResponderPtr MakeResponder(const TimeStamper& stamper, UtcTime* time) {
+ResponderPtr MakeResponder(const TimeStamper& stamper, Stamp* stamp) {
   const ObjectPtr policy(OBJ_txt2obj(kPolicy, 1));
   ResponderPtr responder(TS_RESP_CTX_new());
   RequireOpenSsl(policy != nullptr && responder != nullptr, "prepare a time-stamp");
@@ -80,8 +92,8 @@ ResponderPtr MakeResponder(const TimeStamper& stamper, UtcTime* time) {
                      TS_RESP_CTX_set_signer_digest(responder.get(), stamper.digest) == 1 &&
                      TS_RESP_CTX_set_ess_cert_id_digest(responder.get(), EVP_sha256()) == 1,
                  "prepare a time-stamp");
-  TS_RESP_CTX_set_serial_cb(responder.get(), GiveSerial, nullptr);
-  TS_RESP_CTX_set_time_cb(responder.get(), GiveTime, time);
+  TS_RESP_CTX_set_serial_cb(responder.get(), GiveSerial, stamp);
+  TS_RESP_CTX_set_time_cb(responder.get(), GiveTime, stamp);
   return responder;
 }
 
@@ -92,6 +104,18 @@ void RequireGranted(TS_RESP* response) {
     throw Error("the time-stamp was not granted (status " + std::to_string(code) +
                 "): " + TakeOpenSslReasons());
   }
+}
+
+// The library dates every signature that it makes with the present, which may contradict the stamp.
+void DateSignature(PKCS7* token, UtcTime time) {
+  PKCS7_SIGNER_INFO* signer = sk_PKCS7_SIGNER_INFO_value(PKCS7_get_signer_info(token), 0);
+  TimePtr moment(ASN1_TIME_set(nullptr, static_cast<time_t>(time)));
+  RequireOpenSsl(moment != nullptr, "date a time-stamp");
+  const int type = ASN1_STRING_type(moment.get());
+  RequireOpenSsl(PKCS7_add_signed_attribute(signer, NID_pkcs9_signingTime, type, moment.get()) == 1,
+                 "date a time-stamp");
+  (void)moment.release();
+  RequireOpenSsl(PKCS7_SIGNER_INFO_sign(signer) == 1, "sign a time-stamp");
 }
 
 }  // namespace
@@ -111,10 +135,12 @@ std::string MakeTimeStampRequest(const EVP_MD* digest, const std::string& stampe
 std::string MakeTimeStampToken(const TimeStamper& stamper, const std::string& stamped, UtcTime time) {
   const std::string request_der = MakeTimeStampRequest(stamper.digest, stamped, nullptr);
   const BioPtr request = ReadFrom(request_der);
-  const ResponderPtr responder = MakeResponder(stamper, &time);
+  Stamp stamp = MakeStamp(request_der, time);
+  const ResponderPtr responder = MakeResponder(stamper, &stamp);
   const ResponsePtr response(TS_RESP_create_response(responder.get(), request.get()));
   RequireOpenSsl(response != nullptr, "make a time-stamp");
   RequireGranted(response.get());
+  DateSignature(TS_RESP_get_token(response.get()), time);
   return ToDer(TS_RESP_get_token(response.get()), i2d_PKCS7, "encode a time-stamp");
 }
 

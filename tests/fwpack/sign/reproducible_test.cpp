@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/fwpack/sign/sign_arguments.h"
+#include "tools/fwpack/view/message_view.h"
+#include "tools/fwpack/view/token_view.h"
 
 using packtest::ReadText;
 using packtest::Words;
@@ -26,6 +28,35 @@ TEST(FwpackReproducible, SignsBitForBitTheSameWithAGivenTimeAndTimeStamp) {
     ASSERT_EQ(again.status, 0) << again.err;
     EXPECT_EQ(ReadText(bench / "package"), first);
   }
+}
+
+TEST(FwpackReproducible, SignsAndStampsBitForBitTheSameWithAGivenTime) {
+  packtest::SignBench bench;
+  ASSERT_EQ(bench.Sign().status, 0);
+  const std::string first = ReadText(bench / "package");
+  std::filesystem::remove(bench / "package");
+  ASSERT_EQ(bench.Sign().status, 0);
+  EXPECT_EQ(ReadText(bench / "package"), first);
+  EXPECT_EQ(bench.Verdict(), 0U);
+}
+
+TEST(FwpackReproducible, DatesATimeStampsSignatureWithItsTime) {
+  packtest::SignBench bench;
+  ASSERT_EQ(bench.Sign().status, 0);
+  const fwpack::MessageView token =
+      fwpack::ViewMessage(der::ToText(packtest::StampOf(bench.Package().signature).token));
+  ASSERT_EQ(token.signers.size(), 1U);
+  ASSERT_TRUE(token.signers[0].signing_time);
+  EXPECT_EQ(token.signers[0].signing_time->meant, fwpack::ParseUtcTime(packtest::kTime));
+}
+
+TEST(FwpackReproducible, NumbersTimeStampsOfDifferentContentDifferently) {
+  const auto serial = [](const std::string& content) {
+    packtest::SignBench bench(content);
+    EXPECT_EQ(bench.Sign().status, 0);
+    return fwpack::ViewToken(fwpack::ViewMessage(der::ToText(bench.Package().signature)))->serial.hex;
+  };
+  EXPECT_NE(serial("software of the board"), serial("software of the bird"));
 }
 
 TEST(FwpackReproducible, NeedsTheSameTimeForTheSameTimeStamp) {
