@@ -57,6 +57,14 @@ class FwpackSign : public testing::Test {
     return result.out;
   }
 
+  // A certificate ("x509") or CRL ("crl") of the development PKI.
+  std::string InDer(const std::string& kind, const std::string& name) {
+    const ToolResult made =
+        packtest::OpenSsl({kind, "-in", Pki(name), "-outform", "DER", "-out", dir_ / "object.der"});
+    EXPECT_EQ(made.status, 0) << made.err;
+    return ReadText(dir_ / "object.der");
+  }
+
   static std::uint32_t DeviceVerdict(const Parts& parts) {
     return packtest::Device(ReadText(Pki("root.pem"))).Verify(parts);
   }
@@ -258,11 +266,21 @@ TEST_F(FwpackSign, SaysThatAKeyIsEncryptedInsteadOfAskingForAPassphrase) {
   EXPECT_THAT(ErrorOf([this] { SignPackage(options_); }), HasSubstr("encrypted.key: needs a passphrase"));
 }
 
-TEST_F(FwpackSign, TakesCertificatesAndCrlsInDerToo) {
-  ASSERT_EQ(
-      packtest::OpenSsl({"x509", "-in", Pki("signer.pem"), "-outform", "DER", "-out", dir_ / "signer.der"})
-          .status,
-      0);
+TEST_F(FwpackSign, TakesACertificateInDerToo) {
+  packtest::WriteText(dir_ / "signer.der", InDer("x509", "signer.pem"));
   options_.signer_cert = dir_ / "signer.der";
   EXPECT_EQ(DeviceVerdict(SignAndSplit()), 0U);
+}
+
+TEST_F(FwpackSign, TakesABundleInDerInAnyOrder) {
+  const std::string certs = InDer("x509", "issuing-ca.pem") + InDer("x509", "tsa-ca.pem");
+  const std::string crls =
+      InDer("crl", "root.crl") + InDer("crl", "issuing-ca.crl") + InDer("crl", "tsa-ca.crl");
+  for (const std::string& bundle : {certs + crls, crls + certs}) {
+    packtest::WriteText(dir_ / "bundle.der", bundle);
+    options_.crl = dir_ / "bundle.der";
+    EXPECT_EQ(DeviceVerdict(SignAndSplit()), 0U);
+  }
+  packtest::WriteText(dir_ / "bundle.der", certs);
+  EXPECT_THAT(ErrorOf([this] { SignPackage(options_); }), HasSubstr("bundle.der: holds no CRL"));
 }

@@ -40,6 +40,20 @@ std::vector<CertPtr> ParsePemCerts(std::string_view text) {
   return certs;
 }
 
+// Objects in a row, as a bundle in DER has them; certificates are passed over.
+CrlPtr FirstCrlOfDer(std::string_view bytes) {
+  while (!bytes.empty()) {
+    const auto* at = reinterpret_cast<const unsigned char*>(bytes.data());
+    const auto length = static_cast<long>(bytes.size());
+    if (CrlPtr crl{d2i_X509_CRL(nullptr, &at, length)}) return crl;
+    at = reinterpret_cast<const unsigned char*>(bytes.data());
+    const CertPtr cert(d2i_X509(nullptr, &at, length));
+    if (cert == nullptr) return nullptr;
+    bytes.remove_prefix(static_cast<std::size_t>(at - reinterpret_cast<const unsigned char*>(bytes.data())));
+  }
+  return nullptr;
+}
+
 }  // namespace
 
 BioPtr ReadFrom(std::string_view bytes) {
@@ -131,7 +145,7 @@ std::vector<CertPtr> ParseCerts(const std::string& bytes) {
 
 CrlPtr ParseCrl(const std::string& bytes) {
   CrlPtr crl = IsPem(bytes) ? CrlPtr(PEM_read_bio_X509_CRL(ReadFrom(bytes).get(), nullptr, nullptr, nullptr))
-                            : ParseDer<CrlPtr>(bytes, d2i_X509_CRL);
+                            : FirstCrlOfDer(bytes);
   ERR_clear_error();
   return crl;
 }

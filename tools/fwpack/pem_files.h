@@ -23,9 +23,10 @@ std::vector<CertPtr> LoadAllCerts(const std::vector<std::filesystem::path>& file
 CertPtr LoadCert(const std::filesystem::path& path);
 /// The unencrypted private key of a PEM file.
 KeyPtr LoadKey(const std::filesystem::path& path);
-/// The first CRL of a PEM text, or the one of a DER file.
+/// The first CRL of a PEM text or of a DER file.
 CrlPtr LoadCrl(const std::filesystem::path& path);
-/// The first CRL in `bytes`, PEM or DER; null when there is none. Leaves OpenSSL's error queue empty.
+/// The first CRL in `bytes`: PEM, or certificates and CRLs in a row in DER; null when there is none. Leaves
+/// OpenSSL's error queue empty.
 CrlPtr ParseCrl(const std::string& bytes);
 
 /// The certificates in `bytes`, PEM or DER, up to the first that is damaged; none is no error. Leaves

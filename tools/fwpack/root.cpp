@@ -135,7 +135,7 @@ std::vector<std::string> EncodedCertificates(const std::string& pem) {
 
 std::string OnlyCertificate(const std::string& pem) {
   std::vector<std::string> found = EncodedCertificates(pem);
-  if (found.empty()) throw Error("holds no certificate in PEM");
+  if (found.empty()) throw Error("holds no certificate in PEM; `openssl x509 -inform DER` makes it of DER");
   if (found.size() > 1) throw Error("holds more than one certificate");
   return std::move(found.front());
 }

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <sstream>
 
 #include "tests/support/json_schema.h"
@@ -47,6 +48,18 @@ INSTANTIATE_TEST_SUITE_P(
         UsageCase{"UnknownOptionBehindTooManyArguments",
                   {"devpki", "a", "b", "--signer", "2"},
                   "fwpack devpki: unknown option '--signer'; did you mean '--signers'?"},
+        UsageCase{
+            "NoCommandOfACommand", {"flash", "x"}, "fwpack flash: no command given; see fwpack flash --help"},
+        UsageCase{"OptionTwice",
+                  {"check", "a", "--root", "x", "--root", "y"},
+                  "fwpack check: --root: is given more than once; see fwpack check --help"},
+        UsageCase{"OptionWithoutValue",
+                  {"check", "a", "--root"},
+                  "fwpack check: --root: wants a FILE; see fwpack check --help"},
+        UsageCase{"TwoSourcesOfAPassphrase",
+                  {"sign", "--content", "a", "--out", "b", "--crl", "c", "--signer-key", "d",
+                   "--passphrase-file", "x", "--passphrase-env", "y"},
+                  "fwpack sign: --passphrase-env excludes --passphrase-file; see fwpack sign --help"},
         UsageCase{"CommandLikeNone", {"weather"}, "fwpack: unknown command 'weather'; see fwpack --help"},
         UsageCase{"UnknownTopOption", {"--hlp"}, "fwpack: unknown option '--hlp'; did you mean '--help'?"},
         UsageCase{"UnknownOption",
@@ -79,9 +92,7 @@ INSTANTIATE_TEST_SUITE_P(
         UsageCase{"MissingArgument", {"root"}, "fwpack root: CERT is required; see fwpack root --help"},
         UsageCase{
             "MissingOption", {"crl", "--out", "b"}, "fwpack crl: --pki is required; see fwpack crl --help"},
-        UsageCase{"MissingValue",
-                  {"crl", "--pki"},
-                  "fwpack crl: --pki: 1 required DIR missing; see fwpack crl --help"},
+        UsageCase{"MissingValue", {"crl", "--pki"}, "fwpack crl: --pki: wants a DIR; see fwpack crl --help"},
         UsageCase{"ControlCharacters",
                   {"sign", "--\x1b[2J\n"},
                   "fwpack sign: unknown option '-- [2J '; see fwpack sign --help"}),
@@ -107,6 +118,13 @@ TEST_P(Failure, IsADocumentForThoseWhoAskForJson) {
   EXPECT_EQ(document["schemaVersion"], 1);
   EXPECT_EQ(document["exitStatus"], 3);
   EXPECT_EQ(document["error"]["message"].get<std::string>() + "\n", said.err);
+}
+
+TEST(Failure, IsAnOutputThatCannotBeWritten) {
+  std::ofstream full("/dev/full");
+  std::ostringstream err;
+  EXPECT_EQ(fwpack::RunProgram({"--version"}, full, err), 3);
+  EXPECT_EQ(err.str(), "fwpack: standard output cannot be written\n");
 }
 
 TEST(Failure, IsALineAloneForTheRest) {

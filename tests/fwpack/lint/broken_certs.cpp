@@ -154,6 +154,7 @@ std::vector<Case> BrokenCerts() {
       {"Version1", "cert-version-1", OfVersion1, kRefused},
       {"EllipticCurve", "cert-key-not-rsa", WithEcKey, kRefused},
       {"Modulus4160", "cert-key-too-long", [] { return WithKeyOf(4160); }, kRefused},
+      {"Modulus1024", "cert-key-short", [] { return WithKeyOf(1024); }, kAccepted},
       {"Modulus257Bytes", "cert-modulus-length", [] { return WithKeyOf(2056); }, kRefused},
       {"Sha1", "cert-unsupported-digest", SignedWithSha1, kRefused},
       {"SelfIssuedSha1", "cert-self-issued-digest", WithSelfIssuedSha1, kRefused},
@@ -192,6 +193,7 @@ std::vector<Case> NearMisses() {
     cases.push_back({.name = name, .rule = rule, .sample = sample});
   };
   add("TenRdns", "name-too-many-rdns", [] { return WithRdns(10); });
+  add("Modulus2048", "cert-key-short", [] { return WithKeyOf(2048); });
   add("CaTrueAsFf", "cert-boolean-not-ff", [] { return WithCaTrue(0xFF); });
   add("Serial32Bytes", "cert-serial-too-long", [] { return WithSerialOf(32); });
   add("CodeSigningFirst", "chain-first-purpose", [] { return WithPurposes("codeSigning,emailProtection"); });

@@ -17,9 +17,9 @@ constexpr std::size_t kColumnWidth = 34;
 constexpr char kTopFooter[] =
     "Exit status:\n"
     "  0  done; the device accepts what was looked at or made\n"
-    "  1  the device accepts it, but there are warnings\n"
-    "  2  the device would refuse it\n"
-    "  3  wrong usage, an input that cannot be read or does not fit, a failed write\n"
+    "  1  check alone: the device accepts it, but there are warnings\n"
+    "  2  what was looked at is sound, but a device would refuse or change it\n"
+    "  3  wrong usage, an input that cannot be read or does not fit, a failed write; nothing was made\n"
     "\n"
     "Times are UTC, like 2026-11-21T10:30:00Z or 2026-11-21.\n"
     "\n"
@@ -123,7 +123,9 @@ int RunProgram(const std::vector<std::string>& arguments, std::ostream& out, std
   try {
     const std::shared_ptr<CLI::App> app = BuildApp(exit_status);
     const int parsed = Parse(*app, call);
-    return parsed == kAccepted ? exit_status : parsed;
+    if (parsed != kAccepted) return parsed;
+    return out.flush() ? exit_status
+                       : Fail(call, "fwpack: ", "standard output cannot be written", kInputError);
   } catch (const Error& error) {
     return Fail(call, "fwpack: ", error.what(), error.exit_status());
   } catch (const std::exception& error) {

@@ -25,13 +25,15 @@ std::vector<X509*> Borrow(const std::vector<CertPtr>& certs) {
 }
 
 void AddPassphraseOptions(CLI::App& command, const std::string& prefix, PassphraseSource& source) {
-  command
-      .add_option(prefix + "passphrase-file", source.file, "File whose first line is the passphrase or PIN")
-      ->type_name("FILE");
+  CLI::Option* file = command
+                          .add_option(prefix + "passphrase-file", source.file,
+                                      "File whose first line is the passphrase or PIN")
+                          ->type_name("FILE");
   command
       .add_option(prefix + "passphrase-env", source.variable,
                   "Environment variable with the passphrase or PIN")
-      ->type_name("NAME");
+      ->type_name("NAME")
+      ->excludes(file);
 }
 
 template <class Parse>

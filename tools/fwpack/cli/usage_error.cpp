@@ -9,6 +9,8 @@
 namespace fwpack {
 namespace {
 
+const std::string kNoCommand = "no command given";
+
 struct Place {
   const CLI::App* app = nullptr;
   std::string name{};  // "fwpack sign"
@@ -83,7 +85,16 @@ std::string ExplainNumber(const CLI::Option& option) {
   return Quoted(option) + "no " + (number ? "whole number" : type);
 }
 
+// An option that is given twice, or whose value is missing.
+std::string ExplainCount(const Place& place, const std::string& text) {
+  const std::string name = text.substr(0, text.find(": "));
+  const CLI::Option* option = place.app->get_option_no_throw(name);
+  if (option == nullptr) return text;
+  return name + (option->count() > 1 ? ": is given more than once" : ": wants a " + option->get_type_name());
+}
+
 std::string ExplainValue(const Place& place, const CLI::ParseError& error) {
+  if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) return ExplainCount(place, error.what());
   const CLI::Option* option = BlamedOption(place, error.what());
   if (option == nullptr) return error.what();
   if (dynamic_cast<const CLI::ConversionError*>(&error) != nullptr) return ExplainNumber(*option);
@@ -99,11 +110,17 @@ const std::string& WorstExtra(const Place& place, const std::vector<std::string>
   return option == extras.end() ? extras.front() : *option;
 }
 
+bool LacksCommand(const Place& place, const CLI::ParseError& error) {
+  return dynamic_cast<const CLI::RequiredError*>(&error) != nullptr && !CommandNames(*place.app).empty() &&
+         std::string_view(error.what()).find("ubcommand") != std::string_view::npos;
+}
+
 // An extra comes first: a misspelled option is also a missing one, and the spelling is what helps.
 std::string Explain(const Place& place, const CLI::ParseError& error) {
   std::vector<std::string> extras = place.app->remaining();
   std::erase(extras, "--");
   if (!extras.empty()) return ExplainExtra(place, WorstExtra(place, extras));
+  if (LacksCommand(place, error)) return kNoCommand + SeeHelp(place);
   return ExplainValue(place, error) + SeeHelp(place);
 }
 
@@ -116,7 +133,7 @@ std::string ExplainUsageError(const CLI::App& app, const CLI::ParseError& error)
 
 std::string ExplainMissingCommand(const CLI::App& app) {
   const Place place = ReachedCommand(app);
-  return place.name + ": no command given" + SeeHelp(place);
+  return place.name + ": " + kNoCommand + SeeHelp(place);
 }
 
 }  // namespace fwpack

@@ -129,7 +129,8 @@ Identity ParsePkcs12(std::string_view bytes, const std::string& file, const Pass
   const BioPtr stream = ReadFrom(bytes);
   const Pkcs12Ptr pkcs12(d2i_PKCS12_bio(stream.get(), nullptr));
   ERR_clear_error();
-  if (pkcs12 == nullptr) throw Error(file + ": is neither PEM nor PKCS #12");
+  if (pkcs12 == nullptr)
+    throw Error(file + ": is neither PEM nor PKCS #12; `openssl pkey -inform DER` makes PEM of a key in DER");
   Identity identity;
   const bool unpacked = UnpackWithoutPassphrase(pkcs12.get(), file, identity) ||
                         UnpackWithPassphrase(pkcs12.get(), file, source, identity);

@@ -46,6 +46,7 @@ constexpr RuleFunction kFunctions[] = {
     {"cert-version-1", lint::CertVersion1},
     {"cert-key-not-rsa", lint::KeyNotRsa},
     {"cert-key-too-long", lint::KeyTooLong},
+    {"cert-key-short", lint::KeyShort},
     {"cert-modulus-length", lint::ModulusLength},
     {"cert-unsupported-digest", lint::CertDigest},
     {"cert-self-issued-digest", lint::SelfIssuedDigest},

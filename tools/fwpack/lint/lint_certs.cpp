@@ -75,6 +75,13 @@ void KeyTooLong(const Scene& scene, Report& report) {
   });
 }
 
+void KeyShort(const Scene& scene, Report& report) {
+  ForEachCert(scene, [&report](const CertView& cert, const std::string& where) {
+    if (cert.key_bits > 0 && cert.key_bits < kMinKeyBits)
+      report.Add(where, std::to_string(cert.key_bits) + " bits");
+  });
+}
+
 void ModulusLength(const Scene& scene, Report& report) {
   ForEachCert(scene, [&report](const CertView& cert, const std::string& where) {
     if (cert.modulus_bytes % kSignatureGrain != 0)

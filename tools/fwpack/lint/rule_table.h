@@ -104,6 +104,10 @@ inline constexpr LintRule kLintRules[] = {
      .explanation =
          "the device verifies with RSA keys of at most 4096 bits: nothing that this key signed counts",
      .remedy = "have it reissued with an RSA key of 2048 to 4096 bits"},
+    {.id = "cert-key-short",
+     .severity = Severity::kWarning,
+     .explanation = "the device accepts RSA keys below 2048 bits, which others may be able to factor",
+     .remedy = "have it reissued with an RSA key of 2048, 3072 or 4096 bits"},
     {.id = "cert-modulus-length",
      .severity = Severity::kError,
      .explanation =
@@ -172,7 +176,8 @@ inline constexpr LintRule kLintRules[] = {
     {.id = "crl-issuer-missing",
      .severity = Severity::kError,
      .explanation = "no certificate here verifies a CRL: the device passes over it",
-     .remedy = "put the issuing CA's certificate into the bundle; leave out CRLs of roots that are not the device's"},
+     .remedy = "put the issuing CA's certificate into the bundle; leave out CRLs of roots that are not the "
+               "device's"},
     {.id = "crl-ends-before-timestamp",
      .severity = Severity::kWarning,
      .explanation =

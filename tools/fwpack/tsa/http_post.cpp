@@ -139,7 +139,8 @@ class Exchange {
            " seconds; try again or give more time with --tsa-timeout");
     }
     if (code == CURLE_OK) return;
-    Fail(ShownText(reason_[0] != '\0' ? reason_.data() : curl_easy_strerror(code)));
+    Fail(ShownText(reason_[0] != '\0' ? reason_.data() : curl_easy_strerror(code)) +
+         "; is the server up, and is --tsa-url its address?");
   }
 
   void RequireStatus() const {
@@ -152,7 +153,8 @@ class Exchange {
       Fail("answers with HTTP status " + std::to_string(status) + ", a redirection to " +
            ShownRedirection(elsewhere) + ", which is not followed; give the final address");
     }
-    Fail("answers with HTTP status " + std::to_string(status) + " where 200 is wanted");
+    Fail("answers with HTTP status " + std::to_string(status) +
+         " where 200 is wanted; is --tsa-url the server's whole address, and may you use it?");
   }
 
   void RequireType() const {

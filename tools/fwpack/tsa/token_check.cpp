@@ -110,7 +110,7 @@ class TokenCheck {
     if (token_ != nullptr && PKCS7_type_is_signed(token_.get())) {
       info_.reset(PKCS7_to_TS_TST_INFO(token_.get()));
     }
-    if (info_ == nullptr) Fail("is no time-stamp reply");
+    if (info_ == nullptr) Fail("is no time-stamp reply (RFC 3161, DER)");
   }
 
   void CheckInfo() const {
@@ -119,10 +119,12 @@ class TokenCheck {
     const EVP_MD* digest = EVP_get_digestbyobj(TS_MSG_IMPRINT_get_algo(imprint)->algorithm);
     const int kind = digest == nullptr ? NID_undef : EVP_MD_get_type(digest);
     if (kind != NID_sha256 && kind != NID_sha384 && kind != NID_sha512) {
-      Fail("the time-stamp's digest is none of sha256, sha384 and sha512; the device knows no other");
+      Fail(
+          "the time-stamp's digest is none of sha256, sha384 and sha512; the device knows no other; sign "
+          "with one of them");
     }
     if (wanted_.digest != nullptr && kind != EVP_MD_get_type(wanted_.digest)) {
-      Fail("the time-stamp's digest is not the one that was asked for");
+      Fail("the time-stamp's digest is not the one that was asked for; ask another server");
     }
     unsigned char hash[EVP_MAX_MD_SIZE] = {};
     unsigned int length = 0;
@@ -130,7 +132,9 @@ class TokenCheck {
         EVP_Digest(wanted_.stamped.data(), wanted_.stamped.size(), hash, &length, digest, nullptr) == 1,
         "hash");
     if (Octets(TS_MSG_IMPRINT_get_msg(imprint)) != std::string(reinterpret_cast<const char*>(hash), length)) {
-      Fail("the time-stamp covers something else than this signature (wrong imprint)");
+      Fail(
+          "the time-stamp covers something else than this signature (wrong imprint); get one over the very "
+          "signature value");
     }
     CheckNonce();
   }
@@ -139,7 +143,9 @@ class TokenCheck {
     if (wanted_.nonce == nullptr) return;
     const ASN1_INTEGER* nonce = TS_TST_INFO_get_nonce(info_.get());
     if (nonce == nullptr || ASN1_INTEGER_cmp(nonce, wanted_.nonce) != 0) {
-      Fail("the time-stamp answers another request (wrong nonce)");
+      Fail(
+          "the time-stamp answers another request (wrong nonce); ask again, and another server if that does "
+          "not help");
     }
   }
 
