@@ -59,7 +59,7 @@ INSTANTIATE_TEST_SUITE_P(
         UsageCase{"TwoSourcesOfAPassphrase",
                   {"sign", "--content", "a", "--out", "b", "--crl", "c", "--signer-key", "d",
                    "--passphrase-file", "x", "--passphrase-env", "y"},
-                  "fwpack sign: --passphrase-env excludes --passphrase-file; see fwpack sign --help"},
+                  "fwpack sign: --passphrase-file excludes --passphrase-env; see fwpack sign --help"},
         UsageCase{"CommandLikeNone", {"weather"}, "fwpack: unknown command 'weather'; see fwpack --help"},
         UsageCase{"UnknownTopOption", {"--hlp"}, "fwpack: unknown option '--hlp'; did you mean '--help'?"},
         UsageCase{"UnknownOption",
