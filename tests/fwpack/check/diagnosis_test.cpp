@@ -7,7 +7,7 @@
 #include <functional>
 
 #include "tests/fwpack/check/check_fixture.h"
-#include "tests/support/raw_pki.h"
+#include "tests/support/forged_messages.h"
 #include "tools/fwpack/check/diagnosis.h"
 #include "tools/fwpack/check/steps.h"
 
@@ -22,35 +22,19 @@ using world::CrlPlan;
 using world::PackagePlan;
 namespace steps = fwpack::steps;
 
-Bytes Content() {
-  return der::FromText("software");
+const world::ForgedMessages& Forged() {
+  static const world::ForgedMessages messages(Maker(), der::FromText("software"));
+  return messages;
 }
 
 Bytes Build(const Bytes& signature, const Bytes& crl = Maker().Crls({})) {
-  return package::Build(Content(), signature, crl);
-}
-
-pki::TokenSpec GoodToken() {
-  return {.tsa = Maker().tsa, .certs = {Maker().tsa}};
-}
-
-Bytes Message(const pki::Cert& signer, const pki::TokenSpec& token = GoodToken()) {
-  return pki::MakeCms({.content = Content(),
-                       .signers = {pki::SignerSpec{.signer = signer, .token = token}},
-                       .certs = {signer}});
-}
-
-Bytes RawTokenMessage(const Bytes& token) {
-  const pki::Cert& signer = Maker().signer;
-  return pki::MakeCms({.content = Content(),
-                       .signers = {pki::SignerSpec{.signer = signer, .raw_token = token}},
-                       .certs = {signer}});
+  return package::Build(Forged().content(), signature, crl);
 }
 
 Bytes Stamped(const std::function<void(pki::TokenSpec&)>& change) {
-  pki::TokenSpec token = GoodToken();
+  pki::TokenSpec token = Forged().GoodToken();
   change(token);
-  return Build(Message(Maker().signer, token));
+  return Build(Forged().Message(Maker().signer, token));
 }
 
 pki::Cert Signer(const std::function<void(pki::CertSpec&)>& change) {
@@ -65,7 +49,7 @@ Bytes UnderCa(const std::function<void(pki::CertSpec&)>& change) {
   change(spec);
   const pki::Cert ca = pki::Issue(Maker().root, spec);
   const pki::Cert leaf = pki::Issue(ca, pki::CodeSignerSpec("leaf", {9}));
-  return Build(Message(leaf),
+  return Build(Forged().Message(leaf),
                der::Concat(Maker().Crls({}), der::FromText(pki::PemBundle({pki::MakeCrl(ca, {})}, {ca}))));
 }
 
@@ -82,9 +66,9 @@ Bytes WithoutCaCrlBut(const Bytes& crl) {
 // A signer info over a right digest, to be bent.
 Bytes Bent(const std::function<void(pki::RawSignedData&, pki::RawSignerInfo&)>& bend) {
   const Bytes digest =
-      pki::Attribute(pki::kOidMessageDigest, der::OctetString(pki::DigestOf("SHA256", Content())));
+      pki::Attribute(pki::kOidMessageDigest, der::OctetString(pki::DigestOf("SHA256", Forged().content())));
   pki::RawSignerInfo info = pki::SignAttributes(Maker().signer, {digest});
-  info.unsigned_attributes = pki::TokenAttributes(pki::MakeToken(GoodToken(), info.signature));
+  info.unsigned_attributes = pki::TokenAttributes(pki::MakeToken(Forged().GoodToken(), info.signature));
   pki::RawSignedData message;
   message.certificates = {Maker().signer.der};
   bend(message, info);
@@ -95,9 +79,10 @@ Bytes Bent(const std::function<void(pki::RawSignedData&, pki::RawSignerInfo&)>& 
 // A package whose time-stamp token is made piece by piece around a right statement.
 Bytes RawStamped(const std::function<Bytes(const Bytes&)>& make_token) {
   const Bytes digest =
-      pki::Attribute(pki::kOidMessageDigest, der::OctetString(pki::DigestOf("SHA256", Content())));
+      pki::Attribute(pki::kOidMessageDigest, der::OctetString(pki::DigestOf("SHA256", Forged().content())));
   pki::RawSignerInfo info = pki::SignAttributes(Maker().signer, {digest});
-  info.unsigned_attributes = pki::TokenAttributes(make_token(pki::MakeTstInfo(GoodToken(), info.signature)));
+  info.unsigned_attributes =
+      pki::TokenAttributes(make_token(pki::MakeTstInfo(Forged().GoodToken(), info.signature)));
   pki::RawSignedData message;
   message.certificates = {Maker().signer.der};
   message.signer_infos = {info.Encode()};
@@ -191,7 +176,7 @@ const Refused kBundles[] = {
      "there is no CRL of its issuer 'CN = issuing-ca'"},
     {"StaleCrl",
      [] {
-       return Build(Message(Maker().signer),
+       return Build(Forged().Message(Maker().signer),
                     WithoutCaCrlBut(pki::MakeCrl(Maker().ca, {.next_update = pki::Utc(2024, 5, 31)})));
      },
      steps::kJudgeStamper, "'CN = time-stamper'", LUMO_ERR_CRL_NOT_FOUND,
@@ -202,18 +187,18 @@ const Refused kBundles[] = {
      [] {
        pki::Cert forger = Maker().ca;
        forger.key = pki::KeyNamed("stranger");
-       return Build(Message(Maker().signer), WithoutCaCrlBut(pki::MakeCrl(forger, {})));
+       return Build(Forged().Message(Maker().signer), WithoutCaCrlBut(pki::MakeCrl(forger, {})));
      },
      steps::kJudgeStamper, "'CN = time-stamper'", LUMO_ERR_CRL_NOT_FOUND, "has the key that signed it"},
 };
 INSTANTIATE_TEST_SUITE_P(Bundles, Diagnosis, testing::ValuesIn(kBundles), NameOf);
 
 const Refused kStamps[] = {
-    {"NoStamp", [] { return Build(RawTokenMessage({})); }, steps::kReadStamp, "time-stamp", LUMO_ERR_PARAM,
-     "the signature carries none"},
-    {"BrokenStamp", [] { return Build(RawTokenMessage(der::Seq(der::Integer(1)))); }, steps::kReadStamp,
+    {"NoStamp", [] { return Build(Forged().WithRawToken({})); }, steps::kReadStamp, "time-stamp",
+     LUMO_ERR_PARAM, "the signature carries none"},
+    {"BrokenStamp", [] { return Build(Forged().WithRawToken(der::Seq(der::Integer(1)))); }, steps::kReadStamp,
      "time-stamp", LUMO_ERR_PKCS7_DECODE, "it cannot be decoded"},
-    {"StampWithoutStatement", [] { return Build(RawTokenMessage(Message(Maker().signer))); },
+    {"StampWithoutStatement", [] { return Build(Forged().WithRawToken(Forged().Message(Maker().signer))); },
      steps::kReadStamp, "time-stamp", LUMO_ERR_PARAM, "it carries no TSTInfo"},
     {"StampOfNobody",
      [] {
@@ -225,7 +210,9 @@ const Refused kStamps[] = {
      },
      steps::kReadStamp, "time-stamp", LUMO_ERR_TSA_SIGNATURE, "nobody signed it"},
     {"StampOfAnotherSignature",
-     [] { return Build(RawTokenMessage(pki::MakeToken(GoodToken(), der::FromText("another")))); },
+     [] {
+       return Build(Forged().WithRawToken(pki::MakeToken(Forged().GoodToken(), der::FromText("another"))));
+     },
      steps::kCompareImprint, "time-stamp", LUMO_ERR_TST_IMPRINT, ""},
     {"StampOfSha1", [] { return Stamped([](auto& token) { token.imprint_hash = "SHA1"; }); },
      steps::kCompareImprint, "time-stamp", LUMO_ERR_TST_HASH_ALGO, ""},
@@ -261,21 +248,26 @@ const Refused kStamps[] = {
 INSTANTIATE_TEST_SUITE_P(Stamps, Diagnosis, testing::ValuesIn(kStamps), NameOf);
 
 const Refused kSigners[] = {
-    {"SelfSignedSigner", [] { return Build(Message(pki::SelfSigned(pki::CodeSignerSpec("stranger")))); },
+    {"SelfSignedSigner",
+     [] { return Build(Forged().Message(pki::SelfSigned(pki::CodeSignerSpec("stranger")))); },
      steps::kFindSigner, "serial 01, issued by 'CN = stranger'", LUMO_ERR_SIGNER_NOT_FOUND, "self-signed"},
-    {"SignerOfAnotherPurpose", [] { return Build(Message(Maker().tsa)); }, steps::kJudgeSigner,
+    {"SignerOfAnotherPurpose", [] { return Build(Forged().Message(Maker().tsa)); }, steps::kJudgeSigner,
      "'CN = time-stamper'", LUMO_ERR_CERT_USAGE, "is not codeSigning"},
     {"SignerWithoutDigitalSignature",
-     [] { return Build(Message(Signer([](auto& spec) { spec.key_usage = "keyAgreement"; }))); },
+     [] { return Build(Forged().Message(Signer([](auto& spec) { spec.key_usage = "keyAgreement"; }))); },
      steps::kJudgeSigner, "'CN = odd-signer' (serial 09", LUMO_ERR_CERT_USAGE, "lacks digitalSignature"},
     {"ExpiredSigner",
-     [] { return Build(Message(Signer([](auto& spec) { spec.not_after = pki::Utc(2024, 1, 1); }))); },
+     [] {
+       return Build(Forged().Message(Signer([](auto& spec) { spec.not_after = pki::Utc(2024, 1, 1); })));
+     },
      steps::kJudgeSigner, "'CN = odd-signer'", LUMO_ERR_CERT_EXPIRED, "to 2024-01-01T00:00:00Z"},
     {"SignerToCome",
-     [] { return Build(Message(Signer([](auto& spec) { spec.not_before = pki::Utc(2025, 1, 1); }))); },
+     [] {
+       return Build(Forged().Message(Signer([](auto& spec) { spec.not_before = pki::Utc(2025, 1, 1); })));
+     },
      steps::kJudgeSigner, "'CN = odd-signer'", LUMO_ERR_CERT_NOT_YET_VALID,
      "valid from 2025-01-01T00:00:00Z"},
-    {"SignerOfSha1", [] { return Build(Message(Signer([](auto& spec) { spec.digest = "SHA1"; }))); },
+    {"SignerOfSha1", [] { return Build(Forged().Message(Signer([](auto& spec) { spec.digest = "SHA1"; }))); },
      steps::kJudgeSigner, "'CN = odd-signer'", LUMO_ERR_ISSUER_NOT_FOUND, "the algorithm that signed it"},
     {"SignerUnderAnExpiredCa",
      [] { return UnderCa([](auto& spec) { spec.not_after = pki::Utc(2024, 1, 1); }); }, steps::kJudgeSigner,
@@ -319,7 +311,7 @@ const Refused kMessages[] = {
     {"ShortSignature", [] { return Build(Bytes(37, 0x30)); }, steps::kReadSignature, "signature",
      LUMO_ERR_FORMAT, ""},
     {"SignatureOfAWrongLabel",
-     [] { return Build(der::FromText(pki::Pem("SIGNATURE", Message(Maker().signer)))); },
+     [] { return Build(der::FromText(pki::Pem("SIGNATURE", Forged().Message(Maker().signer)))); },
      steps::kReadSignature, "signature", LUMO_ERR_FORMAT, ""},
     {"SignatureOfBrokenBase64",
      [] { return Build(der::FromText("-----BEGIN CMS-----\nMIIB AAAA\n-----END CMS-----\n")); },
@@ -417,7 +409,7 @@ TEST_F(DeviceDiagnosis, ShowsNamesWithoutTheirControlCharacters) {
   spec.subject = pki::Cn("\x1b[31m\nred");
   spec.key = pki::KeyNamed("odd-signer");
   spec.not_after = pki::Utc(2024, 1, 1);
-  const CheckResult result = files_.Check(Build(Message(pki::Issue(Maker().ca, spec))));
+  const CheckResult result = files_.Check(Build(Forged().Message(pki::Issue(Maker().ca, spec))));
   ASSERT_EQ(result.reasons.size(), 1U);
   EXPECT_THAT(result.reasons.front().where, HasSubstr("'CN = \\x1b[31m\\nred'"));
 }
