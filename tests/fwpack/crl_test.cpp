@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/fwpack/fwpack_fixture.h"
+#include "tools/fwpack/pem_files.h"
+#include "tools/fwpack/pki.h"
 #include "verify/lumo.h"
 
 using fwpack::CrlBundleOptions;
@@ -24,6 +26,19 @@ CrlBundleOptions BundleFor(const ScratchDir& dir, const std::string& this_update
   options.this_update = ParseUtcTime(this_update);
   options.out = dir / "bundle.pem";
   return options;
+}
+
+// Adds one more certificate of the issuing CA, for the key of "signer".
+void AddSigner(const std::filesystem::path& pki, const std::string& name) {
+  const fwpack::CertSpec spec{.kind = fwpack::CertKind::kCodeSigner,
+                              .common_name = name,
+                              .not_before = ParseUtcTime("2024-01-01"),
+                              .not_after = ParseUtcTime("2040-01-01")};
+  const fwpack::KeyPtr key = fwpack::LoadKey(pki / "signer.key");
+  const fwpack::KeyPtr issuer_key = fwpack::LoadKey(pki / "issuing-ca.key");
+  const fwpack::CertPtr issuer = fwpack::LoadCert(pki / "issuing-ca.pem");
+  const fwpack::CertPtr cert = fwpack::MakeCert(spec, key.get(), issuer.get(), issuer_key.get());
+  packtest::WriteText(pki / (name + ".pem"), fwpack::CertToPem(cert.get()));
 }
 
 int Compare(const std::string& offered, const std::string& stored) {
@@ -122,10 +137,46 @@ TEST(CrlBundle, NeverReplacesAKey) {
   EXPECT_EQ(ReadText(dir / "bundle.pem"), ReadText(Pki("signer.key")));
 }
 
+TEST(CrlBundle, NeverReplacesAFileOfThePki) {
+  const ScratchDir dir;
+  CrlBundleOptions options = BundleFor(dir);
+  options.pki = dir / "pki";
+  std::filesystem::copy(Pki(""), options.pki);
+  std::filesystem::create_symlink("pki/tsa.pem", dir / "link");
+  for (const char* out :
+       {"pki/root.pem", "pki/signer.pem", "pki/root.crl", "pki/../pki/tsa-ca.crl", "link"}) {
+    options.out = dir / out;
+    const std::string before = ReadText(options.out);
+    EXPECT_THAT(ErrorOf([&options] { MakeCrlBundle(options); }),
+                HasSubstr("is a file of the PKI and will not be overwritten"))
+        << out;
+    EXPECT_EQ(ReadText(options.out), before) << out;
+  }
+}
+
+TEST(CrlBundle, MayReplaceTheBundlesOfThePki) {
+  const ScratchDir dir;
+  CrlBundleOptions options = BundleFor(dir);
+  options.pki = dir / "pki";
+  std::filesystem::copy(Pki(""), options.pki);
+  std::filesystem::copy_file(options.pki / "bundle.pem", options.pki / "second.pem");
+  for (const char* out : {"bundle.pem", "second.pem"}) {
+    options.out = options.pki / out;
+    MakeCrlBundle(options);
+    EXPECT_NE(ReadText(options.out), ReadText(Pki("bundle.pem"))) << out;
+  }
+}
+
 TEST(CrlBundle, TakesAsManyEntriesAsTheDeviceDecodesAndNoMore) {
   const ScratchDir dir;
   CrlBundleOptions options = BundleFor(dir);
-  options.revocations.assign(20, ParseRevocation("signer2"));
+  options.pki = dir / "pki";
+  std::filesystem::copy(Pki(""), options.pki);
+  for (int i = 0; i < 20; ++i) {
+    const std::string name = "more" + std::to_string(i);
+    AddSigner(options.pki, name);
+    options.revocations.push_back(ParseRevocation(name));
+  }
   MakeCrlBundle(options);
   EXPECT_EQ(Compare(ReadText(dir / "bundle.pem"), ReadText(Pki("bundle.pem"))), SCPS_NEW);
   options.revocations.push_back(ParseRevocation("signer"));
@@ -140,6 +191,8 @@ TEST(CrlBundle, RefusesWhatThePkiDoesNotHave) {
   const Case cases[] = {
       {"--revoke: 'nobody' is no certificate of",
        [](CrlBundleOptions& o) { o.revocations = {ParseRevocation("nobody")}; }},
+      {"--revoke: 'signer' is named twice",
+       [](CrlBundleOptions& o) { o.revocations.assign(2, ParseRevocation("signer")); }},
       {"'signer' is no issuer", [](CrlBundleOptions& o) { o.issuers = {"signer"}; }},
       {"whose CRL is not made new",
        [](CrlBundleOptions& o) {

@@ -1,5 +1,6 @@
 #include "tools/fwpack/content.h"
 
+#include <cerrno>
 #include <fstream>
 #include <system_error>
 
@@ -32,6 +33,15 @@ class Hash {
   DigestContextPtr context_;
 };
 
+// Not RequireReadable(): content may come through a pipe.
+std::ifstream Open(const std::filesystem::path& content) {
+  errno = 0;
+  std::ifstream in(content, std::ios::binary);
+  if (in) return in;
+  const std::error_code reason(errno, std::generic_category());
+  throw Error(content.string() + ": cannot be opened: " + reason.message());
+}
+
 // For the progress alone: what cannot tell its size, a pipe for one, has none.
 std::uint64_t SizeOf(const std::filesystem::path& file) {
   std::error_code unknown;
@@ -43,8 +53,7 @@ std::uint64_t SizeOf(const std::filesystem::path& file) {
 
 ContentSummary ReadContent(const std::filesystem::path& content, const EVP_MD* digest,
                            const std::function<void(std::string_view)>& sink, const Progress& progress) {
-  std::ifstream in(content, std::ios::binary);
-  if (!in) throw Error(content.string() + ": cannot be opened");
+  std::ifstream in = Open(content);
   const std::uint64_t total = SizeOf(content);
   Hash hash(digest);
   ContentSummary summary;

@@ -13,6 +13,8 @@
 namespace fwpack {
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr UtcTime kDefaultLifetime = kSecondsPerDay * 365 * 10;
 
 struct Issuer {
@@ -29,6 +31,21 @@ std::string Listed(const std::vector<std::string>& names) {
   return list;
 }
 
+// What the PKI cannot do without: its certificates, CRLs and keys, not the bundles that lie beside them.
+bool BelongsToPki(const fs::path& file) {
+  if (file.filename() == "bundle.pem") return false;
+  return file.extension() != ".pem" || ParseCrl(ReadSmallFile(file)) == nullptr;
+}
+
+void RefuseToReplacePki(const CrlBundleOptions& options) {
+  std::error_code unknown;
+  if (!fs::is_regular_file(options.out, unknown)) return;
+  for (const auto& entry : fs::directory_iterator(options.pki, unknown)) {
+    if (!fs::equivalent(entry.path(), options.out, unknown) || !BelongsToPki(entry.path())) continue;
+    throw Error(options.out.string() + ": is a file of the PKI and will not be overwritten; name another");
+  }
+}
+
 class BundleMaker {
  public:
   explicit BundleMaker(const CrlBundleOptions& options) : options_(options) {
@@ -43,6 +60,7 @@ class BundleMaker {
   void Revoke(const Revocation& revocation) {
     RequireName(revocation.name);
     CertPtr cert = LoadCert(options_.pki / (revocation.name + ".pem"));
+    RequireNotYetRevoked(revocation.name, cert.get());
     const auto issuer = std::find_if(issuers_.begin(), issuers_.end(), [&cert](const Issuer& candidate) {
       return IsIssuedBy(cert.get(), candidate.cert.get());
     });
@@ -80,6 +98,12 @@ class BundleMaker {
     std::sort(names.begin(), names.end());
     throw Error("--revoke: '" + name + "' is no certificate of " + options_.pki.string() + "; there are " +
                 Listed(names));
+  }
+
+  void RequireNotYetRevoked(const std::string& name, const X509* cert) const {
+    const auto is_same = [cert](const CertPtr& other) { return X509_cmp(cert, other.get()) == 0; };
+    if (std::none_of(revoked_.begin(), revoked_.end(), is_same)) return;
+    throw Error("--revoke: '" + name + "' is named twice");
   }
 
   void RequireKnownIssuers() const {
@@ -134,7 +158,7 @@ Revocation ParseRevocation(const std::string& text) {
 }
 
 void MakeCrlBundle(const CrlBundleOptions& options) {
-  RefuseToReplaceKey(options.out);
+  RefuseToReplacePki(options);
   BundleMaker maker(options);
   for (const Revocation& revocation : options.revocations) maker.Revoke(revocation);
   WriteFile(options.out, maker.Text());

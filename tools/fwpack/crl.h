@@ -30,8 +30,9 @@ struct CrlBundleOptions {
 };
 
 /// Writes a bundle with new CRLs that hold these revocations and no others, each in the CRL of its
-/// certificate's issuer. Throws Error and writes nothing when a name is unknown, an issuer is not among those
-/// made new, or a CRL would have more entries than the device decodes.
+/// certificate's issuer. Throws Error and writes nothing when a name is unknown or given twice, an issuer is
+/// not among those made new, a CRL would have more entries than the device decodes, or the bundle's place is
+/// that of a certificate, CRL or key of the PKI.
 void MakeCrlBundle(const CrlBundleOptions& options);
 
 }  // namespace fwpack

@@ -16,11 +16,29 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kMaxSignatureFile = 64U << 10U;
 
+// The same place in words, for files that are not there yet.
+bool IsSamePlace(const fs::path& one, const fs::path& other) {
+  std::error_code unknown;
+  const fs::path first = fs::weakly_canonical(fs::absolute(one, unknown), unknown);
+  const fs::path second = fs::weakly_canonical(fs::absolute(other, unknown), unknown);
+  return !first.empty() && first == second;
+}
+
 void RequireApart(const fs::path& output, const fs::path& other) {
   std::error_code absent;
-  if (fs::equivalent(output, other, absent) || output.lexically_normal() == other.lexically_normal()) {
+  if (fs::equivalent(output, other, absent) || IsSamePlace(output, other)) {
     throw Error(output.string() + ": is named twice, where two files are wanted");
   }
+}
+
+void RequireOutputsApart(const PrepareOptions& options) {
+  std::vector<fs::path> inputs = options.other_inputs;
+  inputs.push_back(options.content);
+  for (const fs::path& input : inputs) {
+    RequireApart(options.to_be_signed, input);
+    RequireApart(options.state, input);
+  }
+  RequireApart(options.state, options.to_be_signed);
 }
 
 void RequireRsa(X509* signer) {
@@ -65,10 +83,7 @@ void RequireSameContent(const ContentSummary& found, const PreparedState& state,
 }  // namespace
 
 void PrepareSignature(const PrepareOptions& options) {
-  for (const fs::path* output : {&options.to_be_signed, &options.state}) {
-    RequireApart(*output, options.content);
-  }
-  RequireApart(options.state, options.to_be_signed);
+  RequireOutputsApart(options);
   const SignatureWish& wish = options.signature;
   RequireRsa(wish.signer);
   const EVP_MD* digest = DigestNamed(wish.digest);

@@ -20,6 +20,7 @@ namespace fs = std::filesystem;
 
 constexpr mode_t kPublicMode = 0644;
 constexpr mode_t kSecretMode = 0600;
+constexpr std::size_t kKeyWithin = 1U << 20U;  // where a key may begin in a file that is looked at
 
 std::string SystemReason() {
   return std::error_code(errno, std::generic_category()).message();
@@ -79,6 +80,20 @@ Bytes ReadWhole(const fs::path& path, std::size_t limit) {
   return content;
 }
 
+// Nothing brings back a key that was written over by mistake. Programs that read keys hold the same words, so
+// only text counts; packages and flash images have zero bytes.
+void RefuseToReplaceKey(const fs::path& place) {
+  SecretBytes begin(kKeyWithin);
+  std::ifstream file;
+  (void)file.rdbuf()->pubsetbuf(nullptr, 0);  // no copy in a buffer that nobody wipes
+  file.open(place, std::ios::binary);
+  file.read(begin.data(), static_cast<std::streamsize>(begin.size()));
+  const std::string_view text = TextOf(begin).substr(0, static_cast<std::size_t>(file.gcount()));
+  if (text.find('\0') != std::string_view::npos) return;
+  if (text.find("PRIVATE KEY-----") == std::string_view::npos) return;
+  throw Error(place.string() + ": holds a private key and will not be overwritten");
+}
+
 // Where the links at `place` lead. What the system would not follow is not followed here: loops, and links
 // that others left in a shared directory.
 fs::path BehindLinks(fs::path place) {
@@ -116,6 +131,7 @@ OutputFile::OutputFile(fs::path place) : place_(BehindLinks(std::move(place))) {
   if (fs::exists(status) && !fs::is_regular_file(status)) {
     throw Error(place_.string() + ": is there already and is no regular file");
   }
+  if (fs::exists(status)) RefuseToReplaceKey(place_);
   mode_ = fs::exists(status) ? static_cast<mode_t>(status.permissions() & fs::perms::all)
                              : kPublicMode & ~CurrentUmask();
   temporary_ = TemplateBeside(place_);

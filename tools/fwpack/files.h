@@ -26,8 +26,8 @@ SecretBytes ReadSecretFile(const std::filesystem::path& path, std::size_t limit 
 /// A symbolic link stays one: the place is then where it leads, whether something stands there or not.
 class OutputFile {
  public:
-  /// Throws Error when the place is taken by something that is no regular file, cannot be written or is a
-  /// link that may not be followed.
+  /// Throws Error when the place is taken by something that is no regular file or by a private key in PEM,
+  /// cannot be written or is a link that may not be followed.
   explicit OutputFile(std::filesystem::path place);
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;

@@ -1,11 +1,7 @@
 #include "tools/fwpack/pki.h"
 
-#include <openssl/crypto.h>
 #include <openssl/err.h>
 #include <openssl/rsa.h>
-
-#include <fstream>
-#include <system_error>
 
 #include "tools/fwpack/error.h"
 
@@ -15,7 +11,6 @@ namespace {
 constexpr int kSerialBits = 127;
 constexpr long kVersion3 = 2;  // as encoded
 constexpr long kCrlVersion2 = 1;
-constexpr std::size_t kKeyWithin = 1U << 20U;  // where a key may begin in a file that is looked at
 
 struct Usage {
   const char* basic_constraints;
@@ -185,17 +180,6 @@ bool IsIssuedBy(X509* cert, X509* issuer) {
   const bool verified = X509_verify(cert, X509_get0_pubkey(issuer)) == 1;
   ERR_clear_error();
   return verified;
-}
-
-void RefuseToReplaceKey(const std::filesystem::path& place) {
-  std::error_code unknown;
-  if (!std::filesystem::is_regular_file(place, unknown)) return;
-  std::string begin(kKeyWithin, '\0');
-  std::ifstream file(place, std::ios::binary);
-  file.read(begin.data(), static_cast<std::streamsize>(begin.size()));
-  const bool holds_key = begin.find("PRIVATE KEY-----") != std::string::npos;
-  OPENSSL_cleanse(begin.data(), begin.size());
-  if (holds_key) throw Error(place.string() + ": holds a private key and will not be overwritten");
 }
 
 }  // namespace fwpack

@@ -1,7 +1,6 @@
 #ifndef FWVET_TOOLS_FWPACK_PKI_H
 #define FWVET_TOOLS_FWPACK_PKI_H
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -61,9 +60,6 @@ IntegerPtr RandomSerial();
 bool IsSelfIssued(const X509* cert);
 /// Whether `issuer`'s subject and key made the certificate `cert`.
 bool IsIssuedBy(X509* cert, X509* issuer);
-
-/// Throws Error when `place` is a file that holds a private key in PEM: no other file is written over one.
-void RefuseToReplaceKey(const std::filesystem::path& place);
 
 }  // namespace fwpack
 

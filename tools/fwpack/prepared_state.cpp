@@ -77,9 +77,11 @@ class Fields {
   Fields(std::string text, std::string file) : text_(std::move(text)), file_(std::move(file)) {}
 
   void TakeHeading() {
-    if (TakeLine() != kHeading) {
-      throw Error(file_ + ": is no state file of fwpack prepare, or one of another version");
+    const std::string heading = std::string(kHeading) + "\n";
+    if (!text_.starts_with(heading)) {
+      throw Error(file_ + ": is no state file of `fwpack prepare`, or one of another version");
     }
+    at_ = heading.size();
   }
 
   // The field as `parse` reads it; its errors gain the names of file and field. They may quote the field, and

@@ -113,6 +113,56 @@ TEST_F(FwpackExternal, RefusesToPrepareWithoutWritingAnything) {
   EXPECT_EQ(ReadText(bench_ / "content"), "");
 }
 
+TEST_F(FwpackExternal, PreparesOverNoneOfItsInputsAndNoKey) {
+  for (const char* name : {"signer.pem", "issuing-ca.pem", "signer.key"})
+    WriteText(bench_ / name, ReadText(Pki(name)));
+  std::filesystem::create_symlink("issuing-ca.pem", bench_ / "link");
+  struct Case {
+    const char* to_be_signed;
+    const char* state;
+    const char* error;
+  };
+  const Case cases[] = {
+      {"signer.pem", "state", "signer.pem: is named twice"},
+      {"tbs", "./signer.pem", "signer.pem: is named twice"},
+      {"issuing-ca.pem", "state", "issuing-ca.pem: is named twice"},
+      {"tbs", "link", "link: is named twice"},
+      {"signer.key", "state", "signer.key: holds a private key and will not be overwritten"},
+      {"tbs", "signer.key", "signer.key: holds a private key and will not be overwritten"},
+  };
+  for (const Case& c : cases) {
+    ExpectError(bench_.Run({{"prepare", "--content", "content", "--to-be-signed", c.to_be_signed, "--state",
+                             c.state, "--signer-cert", "signer.pem", "--ca", "issuing-ca.pem"}}),
+                3, c.error);
+  }
+  ExpectError(bench_.Run({{"prepare", "--content", "content", "--to-be-signed", "same", "--state",
+                           bench_ / "same", "--signer-cert", "signer.pem"}}),
+              3, "same: is named twice");
+  for (const char* name : {"signer.pem", "issuing-ca.pem", "signer.key"})
+    EXPECT_EQ(ReadText(bench_ / name), ReadText(Pki(name)));
+  EXPECT_THAT(bench_.Names(), ElementsAre("content", "issuing-ca.pem", "link", "signer.key", "signer.pem"));
+}
+
+TEST_F(FwpackExternal, AttachesOverNoKey) {
+  ASSERT_EQ(Prepare().status, 0);
+  SignElsewhere();
+  WriteText(bench_ / "package", ReadText(Pki("root.key")));
+  ExpectError(Attach(), 3, "package: holds a private key and will not be overwritten");
+  EXPECT_EQ(ReadText(bench_ / "package"), ReadText(Pki("root.key")));
+}
+
+TEST_F(FwpackExternal, SaysWhatIsWrongWithAFileThatIsNoStateOrIsNotThere) {
+  WriteText(bench_ / "signature", "");
+  for (const char* text : {"", "hello",
+                           "\x7f"
+                           "ELF\n"}) {
+    WriteText(bench_ / "state", text);
+    ExpectError(Attach(), 3, "state: is no state file of `fwpack prepare`");
+  }
+  std::filesystem::remove(bench_ / "content");
+  ExpectError(Prepare(), 3, "content: cannot be opened: No such file or directory");
+}
+
 TEST_F(FwpackExternal, RefusesASignerWithoutAnRsaKey) {
   const ToolResult made =
       packtest::OpenSsl({"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes",

@@ -69,6 +69,13 @@ TEST_F(FwpackJudge, WritesOverNoneOfItsInputs) {
   }
 }
 
+TEST_F(FwpackJudge, WritesOverNoKeyThatIsNoInput) {
+  packtest::WriteText(bench_ / "package", ReadText(Pki("root.key")));
+  ExpectError(SignWith(Pki("bundle.pem"), {"--root", Pki("root.pem")}), 3,
+              "package: holds a private key and will not be overwritten");
+  EXPECT_EQ(ReadText(bench_ / "package"), ReadText(Pki("root.key")));
+}
+
 TEST_F(FwpackJudge, TellsAndWritesByForce) {
   const ToolResult made = SignWith("revoking.pem", {"--root", Pki("root.pem"), "--force"});
   EXPECT_EQ(made.status, 0);

@@ -137,7 +137,7 @@ TEST_F(FwpackPreparedState, TakesNoCertificateWithMoreBehindIt) {
 TEST_F(FwpackPreparedState, IsRefusedInAnotherVersionOrOrder) {
   const std::string good = text_;
   text_[good.find(" 1\n") + 1] = '2';
-  EXPECT_THAT(LoadError(), HasSubstr("is no state file of fwpack prepare, or one of another version"));
+  EXPECT_THAT(LoadError(), HasSubstr("is no state file of `fwpack prepare`, or one of another version"));
   text_ = good;
   text_.insert(text_.find("digest: "), "digest: sha256\n");
   EXPECT_THAT(LoadError(), HasSubstr("has no field 'content-digest' at its place"));

@@ -23,6 +23,8 @@ void RunPrepare(const PrepareCommand& command) {
   options.signature = command.signature.wish;
   options.signature.signer = signer.get();
   options.signature.ca = ca.all();
+  options.other_inputs = command.signature.ca;
+  options.other_inputs.push_back(command.signer_cert);
   options.progress = ShowProgress();
   PrepareSignature(options);
 }

@@ -9,7 +9,6 @@
 #include "tools/fwpack/error.h"
 #include "tools/fwpack/files.h"
 #include "tools/fwpack/pem_files.h"
-#include "tools/fwpack/pki.h"
 #include "tools/fwpack/root.h"
 #include "tools/fwpack/view/cert_view.h"
 
@@ -45,7 +44,6 @@ void RunRoot(const RootOptions& options) {
   const CertView view = ViewCert(ToDer(cert.get(), i2d_X509, "encode a certificate"));
   RequireDecodedByDevice(options.cert, view);
   if (options.out.empty()) return Describe(options.cert, view, check.pem_length);
-  RefuseToReplaceKey(options.out);
   WriteFile(options.out, check.padded);
 }
 
