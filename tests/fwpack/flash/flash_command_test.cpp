@@ -151,6 +151,70 @@ TEST_F(FlashCommand, RepairsAsTheDeviceDoes) {
   EXPECT_EQ(Flash({"repair", "--dry-run"}).status, 0);
 }
 
+TEST_F(FlashCommand, NeverWritesOverWhatIsNoImage) {
+  const std::string good = (Done({"create"}), ReadText(image_));
+  for (const std::string& precious :
+       {ReadText(packtest::Pki("signer.key")), std::string(), good.substr(1), good + "\n"}) {
+    packtest::WriteText(image_, precious);
+    const std::string error = "image: is no flash image: has " + std::to_string(precious.size()) +
+                              " bytes where a device's has 1048576";
+    ExpectError({"repair"}, 3, error);
+    ExpectError({"repair", "--format"}, 3, error);
+    ExpectError({"put", "CmsCrl", packtest::Pki("bundle.pem"), "--crl"}, 3, error);
+    EXPECT_TRUE(ReadText(image_) == precious);
+  }
+}
+
+TEST_F(FlashCommand, TouchesNoImageWithoutAGoodAreaUnlessAskedToFormatIt) {
+  const std::string lost(1U << 20U, 'x');
+  packtest::WriteText(image_, lost);
+  ExpectError({"put", "CmsCrl", packtest::Pki("bundle.pem"), "--crl"}, 3,
+              "neither area is good; make an image with `fwpack flash IMAGE create`, or `repair --format`");
+  ExpectError({"repair"}, 3, "neither area is good; `repair --format`");
+  EXPECT_EQ(Flash({"repair", "--dry-run", "--format"}).status, 2);
+  EXPECT_TRUE(ReadText(image_) == lost);
+  EXPECT_THAT(Done({"repair", "--format"}), HasSubstr("start-up would: format"));
+  EXPECT_THAT(Done({"verify"}), HasSubstr("start-up would: nothing\n"));
+  Done({"put", "CmsCrl", packtest::Pki("bundle.pem"), "--crl"});
+}
+
+TEST_F(FlashCommand, FormatsNoImageWithAGoodArea) {
+  Done({"create"});
+  Done({"put", "CmsCrl", packtest::Pki("bundle.pem"), "--crl"});
+  const std::string good = ReadText(image_);
+  DamageSpare();
+  Done({"repair", "--format"});
+  EXPECT_TRUE(ReadText(image_) == good);
+}
+
+TEST_F(FlashCommand, StoresNoBundleOfWhichADeviceTakesNoCrl) {
+  Done({"create"});
+  const std::string before = ReadText(image_);
+  const std::string bundle = ReadText(packtest::Pki("bundle.pem"));
+  for (const std::string& useless :
+       {std::string(140, 'x'), ReadText(packtest::Pki("root.pem")), "a comment\n" + bundle,
+        ReadText(packtest::Pki("signer.key")), std::string("\x30\x82\x01", 3)}) {
+    packtest::WriteText(dir_ / "file", useless);
+    ExpectError({"put", "CmsCrl", dir_ / "file", "--crl"}, 3,
+                "file: a device takes no CRL of it: 0x88200102 LUMO_ERR_CRL_DECODE");
+  }
+  EXPECT_TRUE(ReadText(image_) == before);
+}
+
+TEST_F(FlashCommand, StoresABundleOfWhichADeviceTakesOneCrl) {
+  Done({"create"});
+  const ToolResult made = packtest::OpenSsl(
+      {"crl", "-in", packtest::Pki("root.crl"), "-outform", "DER", "-out", dir_ / "root.der"});
+  ASSERT_EQ(made.status, 0) << made.err;
+  const std::string mixed =
+      "-----BEGIN OTHER-----\nAAAA\n-----END OTHER-----\n" + ReadText(packtest::Pki("root.crl"));
+  for (const std::string& useful : {ReadText(dir_ / "root.der"), mixed}) {
+    packtest::WriteText(dir_ / "file", useful);
+    Done({"put", "CmsCrl", dir_ / "file", "--crl"});
+    EXPECT_EQ(fwpack::CrlOnFlash(ReadText(image_)), useful);
+  }
+}
+
 TEST_F(FlashCommand, WritesThroughALinkThatLeadsToTheImage) {
   const std::string target = dir_ / "target";
   Done({"create"});

@@ -18,6 +18,7 @@
 #include "tools/fwpack/flash/flash_json.h"
 #include "tools/fwpack/flash/flash_text.h"
 #include "tools/fwpack/flash/known_records.h"
+#include "tools/fwpack/view/device_decoder.h"
 
 namespace fwpack {
 namespace {
@@ -31,6 +32,7 @@ struct FlashOptions {
   bool json = false;
   bool as_crl = false;
   bool dry_run = false;
+  bool format = false;
 };
 
 std::string Load(const fs::path& image) {
@@ -107,11 +109,33 @@ int Create(const FlashOptions& options) {
   return kAccepted;
 }
 
+// A file that was given by mistake is as long as an image at most by chance, and never has a good area.
+void RequireImageSize(const FlashOptions& options, const FlashView& view) {
+  if (view.size == kFlashCapacity) return;
+  throw Error(options.image.string() + ": is no flash image: has " + std::to_string(view.size) +
+              " bytes where a device's has " + std::to_string(kFlashCapacity));
+}
+
+void RequireGoodArea(const FlashOptions& options, const FlashView& view, const char* remedy) {
+  RequireImageSize(options, view);
+  if (view.start_up.loses_all) throw Error(options.image.string() + ": neither area is good; " + remedy);
+}
+
+// The room is looked at first: a device would not keep what is too long, whatever it holds.
+std::string CrlRecord(const std::string& bundle) {
+  std::string record = DeviceCrlRecord(bundle);
+  const LUMO_ERROR_CODE code = DeviceBundleCode(bundle);
+  if (code == LUMO_OK || code == LUMO_ERR_LIST_FULL) return record;
+  throw Error("a device takes no CRL of it: " + DeviceCodeText(code) +
+              "; `fwpack inspect` shows what it holds");
+}
+
 int Put(const FlashOptions& options) {
   const std::string image = Load(options.image);
+  RequireGoodArea(options, Look(options),
+                  "make an image with `fwpack flash IMAGE create`, or `repair --format`");
   const std::string file = ReadSmallFile(options.file, kMaxFlashImage);
-  const std::string content =
-      options.as_crl ? WithName(options.file, [&] { return DeviceCrlRecord(file); }) : file;
+  const std::string content = options.as_crl ? WithName(options.file, [&] { return CrlRecord(file); }) : file;
   WriteFile(options.image, WithName(options.image, [&] { return PutPiece(image, options.name, content); }));
   return kAccepted;
 }
@@ -119,6 +143,9 @@ int Put(const FlashOptions& options) {
 int Repair(const FlashOptions& options) {
   if (options.dry_run) return Verify(options);
   const FlashView view = Look(options);
+  RequireImageSize(options, view);
+  if (!options.format)
+    RequireGoodArea(options, view, "`repair --format` does what a device does then: it starts with no files");
   if (view.start_up.works && !view.start_up.is_idle()) WriteFile(options.image, view.start_up.flash);
   std::cout << (options.json ? FlashJson(view) : FlashVerifyText(view));
   return RequireStart(options, view);
@@ -165,6 +192,8 @@ void AddWriters(const Adder& adder) {
       "fwpack flash nvram.img repair --dry-run");
   repair.add_flag("--dry-run", adder.options->dry_run,
                   "Only say what would be done; exit 2 when it is anything");
+  repair.add_flag("--format", adder.options->format,
+                  "Also when neither area is good, so that a device starts with no files");
 }
 
 }  // namespace

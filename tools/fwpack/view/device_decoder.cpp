@@ -15,7 +15,6 @@
 namespace fwpack {
 namespace {
 
-// One context serves all decoding: nothing that is decoded here is left in it.
 class Context {
  public:
   Context() {
@@ -28,12 +27,14 @@ class Context {
   ~Context() { (void)lumo_vrf_ctx_free(ctx_); }
   Context(const Context&) = delete;
   Context& operator=(const Context&) = delete;
+  [[nodiscard]] LUMO_VRF_CTX handle() const { return ctx_; }
   [[nodiscard]] const LUMO_VRF* get() const { return lumo_vrf_of(ctx_); }
 
  private:
   LUMO_VRF_CTX ctx_ = nullptr;
 };
 
+// One context serves the decoders of single objects: they leave nothing in it.
 const LUMO_VRF* Library() {
   static const Context context;
   return context.get();
@@ -67,6 +68,11 @@ LUMO_ERROR_CODE DeviceCrlCode(std::string_view der) {
 
 LUMO_ERROR_CODE DeviceMessageCode(std::string_view der) {
   return CodeOf<OwnedMessage, lumo_pkcs7_decode_signed>(der);
+}
+
+LUMO_ERROR_CODE DeviceBundleCode(std::string_view bytes) {
+  const Context fresh;
+  return lumo_verify_add_crl(fresh.handle(), OctetsOf(bytes), LengthOf(bytes));
 }
 
 std::optional<std::string> DeviceNameText(std::string_view der) {

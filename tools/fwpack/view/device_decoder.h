@@ -16,6 +16,10 @@ LUMO_ERROR_CODE DeviceCertCode(std::string_view der);
 LUMO_ERROR_CODE DeviceCrlCode(std::string_view der);
 LUMO_ERROR_CODE DeviceMessageCode(std::string_view der);
 
+/// The code of the device when it loads a whole bundle, DER or PEM: LUMO_ERR_CRL_DECODE for one of which it
+/// takes no CRL, LUMO_ERR_LIST_FULL when it has room for a part of it only.
+LUMO_ERROR_CODE DeviceBundleCode(std::string_view bytes);
+
 /// A Name (DER) as the device's comparison of bundles knows it; none when the device has no text for it.
 std::optional<std::string> DeviceNameText(std::string_view der);
 
