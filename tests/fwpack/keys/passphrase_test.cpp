@@ -138,6 +138,25 @@ TEST_F(Passphrase, MayNotBeEmptyAtTheTerminal) {
   EXPECT_EQ(session.status, 0);
 }
 
+TEST_F(Passphrase, IsNotAskedForAgainWhenNobodyWantsToEnterIt) {
+  const std::string key = EncryptedKey();
+  for (const char* typed : {"\x03", "\x03\n"}) {
+    const Session session = AtTerminal(
+        [&key] {
+          (void)alarm(30);  // ends a program that waits for more
+          const std::string error = ErrorOf([&key] {
+            (void)fwpack::LoadIdentity({key, Pki("signer.pem"), {}});
+          });
+          return error == key + ": no passphrase was entered" ? 0 : 1;
+        },
+        typed);
+    EXPECT_EQ(session.status, 0);
+    const std::size_t prompt = session.screen.find("Enter the passphrase");
+    EXPECT_NE(prompt, std::string::npos);
+    EXPECT_EQ(session.screen.find("Enter the passphrase", prompt + 1), std::string::npos) << session.screen;
+  }
+}
+
 TEST_F(Passphrase, AtTheTerminalOpensAKey) {
   const std::string key = EncryptedKey();
   const Session session = AtTerminal(

@@ -85,7 +85,8 @@ PassphraseReader::PassphraseReader(const PassphraseSource& source, std::string n
     : source_(source), name_(std::move(name)), kind_(std::move(kind)) {}
 
 const Secret& PassphraseReader::Get() {
-  if (!obtained_) Obtain();
+  if (unobtainable_ != nullptr) std::rethrow_exception(unobtainable_);
+  if (!obtained_) TryToObtain();
   return secret_;
 }
 
@@ -108,6 +109,15 @@ void PassphraseReader::RethrowFailure() const {
   if (failure_ == nullptr) return;
   ERR_clear_error();
   std::rethrow_exception(failure_);
+}
+
+void PassphraseReader::TryToObtain() {
+  try {
+    Obtain();
+  } catch (const Error&) {
+    unobtainable_ = std::current_exception();
+    throw;
+  }
 }
 
 void PassphraseReader::Obtain() {

@@ -35,8 +35,9 @@ class Secret {
   std::size_t length_ = 0;
 };
 
-/// Gets a passphrase when it is first wanted, and then keeps it. `name` is what the passphrase opens, for
-/// messages and the prompt; `kind` is "passphrase" or "PIN".
+/// Gets a passphrase when it is first wanted, and then keeps it. OpenSSL asks once more for each kind of key
+/// that it tries, so a failure is kept as well: nobody who gave up is asked again. `name` is what the
+/// passphrase opens, for messages and the prompt; `kind` is "passphrase" or "PIN".
 class PassphraseReader {
  public:
   PassphraseReader(const PassphraseSource& source, std::string name, std::string kind = "passphrase");
@@ -54,6 +55,7 @@ class PassphraseReader {
   [[nodiscard]] bool was_used() const { return obtained_; }
 
  private:
+  void TryToObtain();
   void Obtain();
   void FromFile(const std::filesystem::path& file);
   void FromVariable(const std::string& variable);
@@ -64,6 +66,7 @@ class PassphraseReader {
   std::string kind_;
   Secret secret_{};
   bool obtained_ = false;
+  std::exception_ptr unobtainable_{};
   std::exception_ptr failure_{};
 };
 
