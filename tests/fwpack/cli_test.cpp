@@ -125,6 +125,13 @@ TEST(FwpackProgram, LeavesNothingBehindWhenAnInputIsMissing) {
   EXPECT_TRUE(NamesIn(dir / "out").empty());
 }
 
+TEST(FwpackProgram, NamesTheOptionWithARevocationThatCannotBeRead) {
+  for (const char* revocation : {"signer:bored", "signer::soon", ""}) {
+    ExpectOneLineError(Fwpack({"crl", "--pki", Pki(""), "--revoke", revocation, "--out", "/nowhere/x"}), 3,
+                       "--revoke: '");
+  }
+}
+
 TEST(FwpackProgram, MakesRevokingBundles) {
   const ScratchDir dir;
   const ToolResult made =

@@ -6,8 +6,20 @@
 #include "tools/fwpack/cli/options.h"
 #include "tools/fwpack/crl.h"
 #include "tools/fwpack/devpki.h"
+#include "tools/fwpack/error.h"
 
 namespace fwpack {
+namespace {
+
+void TakeRevocations(const std::vector<std::string>& texts, std::vector<Revocation>& revocations) {
+  try {
+    for (const std::string& text : texts) revocations.push_back(ParseRevocation(text));
+  } catch (const Error& error) {
+    throw CLI::ValidationError("--revoke", error.what());
+  }
+}
+
+}  // namespace
 
 void AddCrlCommand(CLI::App& app) {
   const auto options = std::make_shared<CrlBundleOptions>();
@@ -21,15 +33,17 @@ void AddCrlCommand(CLI::App& app) {
   command
       .add_option_function<std::vector<std::string>>(
           "--revoke",
-          [options](const std::vector<std::string>& texts) {
-            for (const std::string& text : texts) options->revocations.push_back(ParseRevocation(text));
-          },
+          [options](const std::vector<std::string>& texts) { TakeRevocations(texts, options->revocations); },
           "A certificate to revoke, several times if need be; without a date from --this-update on")
       ->type_name("NAME[:REASON[:TIME]]");
   AddTimeOption(command, "--this-update", options->this_update, "Of the new CRLs; default: now");
   AddTimeOption(command, "--next-update", options->next_update, "Of the new CRLs; default: 10 years later");
   AddDigestOption(command, options->digest);
-  command.add_option("--out", options->out, "The bundle to write")->required()->type_name("FILE");
+  command
+      .add_option("--out", options->out,
+                  "The bundle to write; never over a certificate, CRL or key of the PKI")
+      ->required()
+      ->type_name("FILE");
   command.footer(
       "Examples:\n"
       "  fwpack crl --pki pki --revoke signer:keyCompromise --out bundle.pem\n"
