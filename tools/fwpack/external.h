@@ -10,8 +10,8 @@ namespace fwpack {
 
 struct PrepareOptions {
   std::filesystem::path content{};
-  std::filesystem::path to_be_signed{};  // receives the DER of the signed attributes
-  std::filesystem::path state{};         // receives all that AttachSignature() needs to know
+  std::filesystem::path to_be_signed{};               // receives the DER of the signed attributes
+  std::filesystem::path state{};                      // receives all that AttachSignature() needs to know
   std::vector<std::filesystem::path> other_inputs{};  // certificates: never written over either
   SignatureWish signature{};
   Progress progress{};  // may be empty
