@@ -132,6 +132,18 @@ TEST(FwpackProgram, NamesTheOptionWithARevocationThatCannotBeRead) {
   }
 }
 
+TEST(FwpackProgram, WarnsOfARootWithAShortKey) {
+  const ScratchDir dir;
+  ASSERT_EQ(packtest::OpenSsl({"req", "-x509", "-newkey", "rsa:1024", "-noenc", "-subj", "/CN=short",
+                               "-keyout", dir / "short.key", "-out", dir / "short.pem"})
+                .status,
+            0);
+  const ToolResult result = Fwpack({"root", dir / "short.pem"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.out,
+              HasSubstr("RSA, 1024 bits, which others may be able to factor: take 2048 or more\n"));
+}
+
 TEST(FwpackProgram, MakesRevokingBundles) {
   const ScratchDir dir;
   const ToolResult made =
@@ -145,7 +157,9 @@ TEST(FwpackProgram, MakesRevokingBundles) {
   arguments[18] = dir / "bundle.pem";
   const ToolResult refused = Fwpack(arguments);
   EXPECT_EQ(refused.status, 3);
-  EXPECT_THAT(refused.err, HasSubstr("not written, for a device would refuse it"));
+  EXPECT_THAT(refused.err, StartsWith("fwpack: warning: "));
+  EXPECT_THAT(refused.err.substr(refused.err.find('\n') + 1),
+              StartsWith("fwpack: " + (dir / "package") + ": not written, for a device would refuse it"));
   EXPECT_THAT(NamesIn(dir.path()), testing::ElementsAre("bundle.pem", "content"));
   arguments.emplace_back("--force");
   ASSERT_EQ(Fwpack(arguments).status, 0);

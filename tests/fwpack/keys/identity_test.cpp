@@ -91,7 +91,7 @@ TEST_F(LoadIdentityFrom, AMissingPassphraseIsSaidToBe) {
   const std::string pkcs12 = Pkcs12({"-passout", std::string("pass:") + kPassphrase});
   for (const std::string& key : {EncryptedKey(), TraditionalKey(), pkcs12}) {
     EXPECT_THAT(LoadError({key, Pki("signer.pem"), {}}),
-                AllOf(HasSubstr(key + ": needs a passphrase"), HasSubstr("environment variable")));
+                AllOf(HasSubstr(key + ": needs a passphrase"), HasSubstr("--passphrase-env")));
   }
 }
 

@@ -8,6 +8,7 @@
 #include "app/root_cert.h"
 #include "tools/fwpack/error.h"
 #include "tools/fwpack/files.h"
+#include "tools/fwpack/lint/lint_certs.h"
 #include "tools/fwpack/pem_files.h"
 #include "tools/fwpack/root.h"
 #include "tools/fwpack/view/cert_view.h"
@@ -33,7 +34,10 @@ void Describe(const std::filesystem::path& file, const CertView& cert, std::size
   std::cout << file.string() << ": can be the device's root\n"
             << "subject:    " << cert.subject.text << "\n"
             << "serial:     " << cert.serial.hex << "\n"
-            << "key:        RSA, " << cert.key_bits << " bits\n"
+            << "key:        RSA, " << cert.key_bits << " bits"
+            << (cert.key_bits < lint::kMinKeyBits ? ", which others may be able to factor: take 2048 or more"
+                                                  : "")
+            << "\n"
             << "PEM length: " << pem_length << " of " << kRootCertSize << " bytes, "
             << kRootCertSize - pem_length << " left\n";
 }

@@ -153,8 +153,10 @@ void PassphraseReader::FromVariable(const std::string& variable) {
 
 void PassphraseReader::FromTerminal() {
   if (isatty(STDIN_FILENO) == 0) {
-    throw Error(name_ + ": needs a " + kind_ +
-                "; give it in a file or an environment variable, or run at a terminal");
+    throw Error(
+        name_ + ": needs a " + kind_ +
+        "; give it with --passphrase-file or --passphrase-env (--tsa-... for the time stamper), or run at a "
+        "terminal");
   }
   WipedBuffer buffer;
   const std::string prompt = "Enter the " + kind_ + " of " + name_ + ": ";
