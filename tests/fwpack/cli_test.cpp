@@ -103,16 +103,22 @@ TEST(FwpackProgram, SignsAtTheTimeOfSourceDateEpoch) {
             (der::Bytes{6, 1, 12, 34, 50}));
 }
 
-TEST(FwpackProgram, SignsInMemoryThatDoesNotGrowWithTheContent) {
+// The most that this process's children, and theirs, took so far to sign; this content is of zeros.
+long PeakKibAfterSigning(std::uintmax_t content_kib) {
   const ScratchDir dir;
   packtest::WriteText(dir / "content", "");
-  constexpr long kContentKib = 256L << 10U;
-  std::filesystem::resize_file(dir / "content", static_cast<std::uintmax_t>(kContentKib) << 10U);
+  std::filesystem::resize_file(dir / "content", content_kib << 10U);
   const ToolResult result = Fwpack(SignArguments(dir / "content", dir / "package"));
   EXPECT_EQ(result.status, 0) << result.err;
   rusage usage{};
-  ASSERT_EQ(getrusage(RUSAGE_CHILDREN, &usage), 0);
-  EXPECT_LT(usage.ru_maxrss, kContentKib / 2);
+  EXPECT_EQ(getrusage(RUSAGE_CHILDREN, &usage), 0);
+  return usage.ru_maxrss;
+}
+
+TEST(FwpackProgram, SignsInMemoryThatDoesNotGrowWithTheContent) {
+  constexpr long kMib = 1L << 10U;
+  const long small = PeakKibAfterSigning(kMib);
+  EXPECT_LT(PeakKibAfterSigning(256 * kMib), small + 16 * kMib);
 }
 
 TEST(FwpackProgram, LeavesNothingBehindWhenAnInputIsMissing) {
