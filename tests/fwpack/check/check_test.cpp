@@ -184,6 +184,21 @@ TEST_F(Check, NamesACrlThatTheDeviceSkips) {
   EXPECT_THAT(result.reasons[0].remedy, HasSubstr("drop no entry"));
 }
 
+TEST_F(Check, BlamesNoSkippedCrlOfAnotherIssuer) {
+  const std::vector<pki::Revoked> entries(21, {.serial = {9}, .date = pki::Utc(2024, 4, 1)});
+  const pki::Cert other = pki::Issue(Maker().root, pki::CaSpec("other-ca", {8}));
+  const Bytes more = der::FromText(pki::PemBundle({pki::MakeCrl(other, {})}, {other}));
+  const Bytes crls = Maker().Crls({.by_ca = entries, .with_root_crl = false});
+  CheckOptions options = Options();
+  options.package = files_.Save("package", Maker().Package({.raw_crl = der::Concat(crls, more)}));
+  const CheckResult result = fwpack::CheckPackage(options);
+  ASSERT_EQ(result.reasons.size(), 1U);
+  EXPECT_EQ(result.reasons[0].code, LUMO_ERR_CRL_NOT_FOUND);
+  EXPECT_THAT(result.reasons[0].explanation,
+              testing::EndsWith("there is no CRL of its issuer 'CN = e2e-root'"));
+  EXPECT_THAT(result.reasons[0].remedy, HasSubstr("add the current CRL of that issuer"));
+}
+
 TEST_F(Check, CallsARootThatNoDeviceCanHaveAWrongInput) {
   CheckOptions options = Options();
   options.root = files_.Save("signer.pem", der::FromText(pki::Pem("CERTIFICATE", Maker().signer.der)));

@@ -8,7 +8,7 @@
 namespace fwpack {
 
 /// A device that finds no CRL of an issuer says so whether there is none or it skipped one that it cannot
-/// decode: names the first of those in the reasons that end in LUMO_ERR_CRL_NOT_FOUND, with what to change.
+/// decode: names one of that issuer in the reasons that end in LUMO_ERR_CRL_NOT_FOUND, with what to change.
 void NameSkippedCrls(const std::vector<Finding>& findings, std::vector<Reason>* reasons);
 
 }  // namespace fwpack
