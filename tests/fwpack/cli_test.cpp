@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
-#include "tests/fwpack/fwpack_fixture.h"
+#include <algorithm>
+
+#include "tests/fwpack/sign/sign_arguments.h"
 
 using packtest::Fwpack;
 using packtest::NamesIn;
@@ -13,50 +15,31 @@ using testing::StartsWith;
 
 namespace {
 
-std::vector<std::string> SignArguments(const std::string& content, const std::string& package) {
-  return {"sign",
-          "--content",
-          content,
-          "--out",
-          package,
-          "--signer-cert",
-          Pki("signer.pem"),
-          "--signer-key",
-          Pki("signer.key"),
-          "--ca",
-          Pki("issuing-ca.pem"),
-          "--ca",
-          Pki("tsa-ca.pem"),
-          "--tsa-cert",
-          Pki("tsa.pem"),
-          "--tsa-key",
-          Pki("tsa.key"),
-          "--crl",
-          Pki("bundle.pem"),
-          "--root",
-          Pki("root.pem"),
-          "--timestamp-time",
-          packtest::kTime};
+packtest::Words SignArguments(const std::string& content, const std::string& package) {
+  return packtest::Join({{"sign", "--content", content, "--out", package},
+                         packtest::SignerWords(),
+                         packtest::TrustWords(),
+                         packtest::LocalStamperWords(),
+                         {"--timestamp-time", packtest::kTime}});
 }
 
-void ExpectOneLineError(const ToolResult& result, int status, const std::string& text) {
-  EXPECT_EQ(result.status, status);
-  EXPECT_EQ(result.out, "");
-  EXPECT_THAT(result.err, StartsWith("fwpack"));
-  EXPECT_THAT(result.err, HasSubstr(text));
-  EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << result.err;
+// Gives the first option of that name another value.
+void SetValue(packtest::Words& arguments, const std::string& option, const std::string& value) {
+  const auto at = std::find(arguments.begin(), arguments.end(), option);
+  ASSERT_NE(at, arguments.end());
+  *(at + 1) = value;
 }
 
 }  // namespace
 
 TEST(FwpackProgram, WithoutOrWithUnknownArgumentsFailsWithStatus3) {
-  ExpectOneLineError(Fwpack({}), 3, "no command given");
-  ExpectOneLineError(Fwpack({"bake"}), 3, "bake");
-  ExpectOneLineError(Fwpack({"root"}), 3, "CERT");
-  ExpectOneLineError(Fwpack({"devpki", "x", "--signers", "many"}), 3, "--signers");
-  ExpectOneLineError(Fwpack({"sign", "--signature-form", "xml"}), 3, "--signature-form");
-  ExpectOneLineError(Fwpack({"crl", "--pki", Pki(""), "--out", "/nowhere/x", "--this-update", "soon"}), 3,
-                     "soon");
+  packtest::ExpectError(Fwpack({}), 3, "no command given");
+  packtest::ExpectError(Fwpack({"bake"}), 3, "bake");
+  packtest::ExpectError(Fwpack({"root"}), 3, "CERT");
+  packtest::ExpectError(Fwpack({"devpki", "x", "--signers", "many"}), 3, "--signers");
+  packtest::ExpectError(Fwpack({"sign", "--signature-form", "xml"}), 3, "--signature-form");
+  packtest::ExpectError(Fwpack({"crl", "--pki", Pki(""), "--out", "/nowhere/x", "--this-update", "soon"}), 3,
+                        "soon");
 }
 
 TEST(FwpackProgram, ExplainsItself) {
@@ -70,8 +53,8 @@ TEST(FwpackProgram, TellsWhetherACertificateCanBeTheRoot) {
   const ToolResult good = Fwpack({"root", Pki("root.pem")});
   EXPECT_EQ(good.status, 0) << good.err;
   EXPECT_THAT(good.out, HasSubstr("can be the device's root"));
-  ExpectOneLineError(Fwpack({"root", Pki("signer.pem")}), 2, "signer.pem: cannot be the device's root");
-  ExpectOneLineError(Fwpack({"root", "/nowhere.pem"}), 3, "/nowhere.pem: cannot be opened");
+  packtest::ExpectError(Fwpack({"root", Pki("signer.pem")}), 2, "signer.pem: cannot be the device's root");
+  packtest::ExpectError(Fwpack({"root", "/nowhere.pem"}), 3, "/nowhere.pem: cannot be opened");
 }
 
 TEST(FwpackProgram, WritesThePaddedRootOnlyWhenItCanBeOne) {
@@ -126,15 +109,15 @@ TEST(FwpackProgram, LeavesNothingBehindWhenAnInputIsMissing) {
   packtest::WriteText(dir / "content", "software");
   std::filesystem::create_directory(dir / "out");
   std::vector<std::string> arguments = SignArguments(dir / "content", "out/package");
-  arguments[10] = "none.pem";
-  ExpectOneLineError(Fwpack(arguments, {.directory = dir.path()}), 3, "none.pem: cannot be opened");
+  SetValue(arguments, "--ca", "none.pem");
+  packtest::ExpectError(Fwpack(arguments, {.directory = dir.path()}), 3, "none.pem: cannot be opened");
   EXPECT_TRUE(NamesIn(dir / "out").empty());
 }
 
 TEST(FwpackProgram, NamesTheOptionWithARevocationThatCannotBeRead) {
   for (const char* revocation : {"signer:bored", "signer::soon", ""}) {
-    ExpectOneLineError(Fwpack({"crl", "--pki", Pki(""), "--revoke", revocation, "--out", "/nowhere/x"}), 3,
-                       "--revoke: '");
+    packtest::ExpectError(Fwpack({"crl", "--pki", Pki(""), "--revoke", revocation, "--out", "/nowhere/x"}), 3,
+                          "--revoke: '");
   }
 }
 
@@ -160,7 +143,7 @@ TEST(FwpackProgram, MakesRevokingBundles) {
   EXPECT_NE(ReadText(dir / "bundle.pem"), ReadText(Pki("bundle.pem")));
   packtest::WriteText(dir / "content", "software");
   std::vector<std::string> arguments = SignArguments(dir / "content", dir / "package");
-  arguments[18] = dir / "bundle.pem";
+  SetValue(arguments, "--crl", dir / "bundle.pem");
   const ToolResult refused = Fwpack(arguments);
   EXPECT_EQ(refused.status, 3);
   EXPECT_THAT(refused.err, StartsWith("fwpack: warning: "));

@@ -6,6 +6,7 @@
 #include <iostream>
 
 #include "tests/fwpack/keys/keys_fixture.h"
+#include "tests/fwpack/sign/sign_arguments.h"
 
 using fwpack::Identity;
 using fwpack::IdentitySource;
@@ -198,29 +199,11 @@ TEST_F(Token, WithoutProviderAndEngineIsRefusedWithARemedy) {
 // The program, from command line to end: the token signs, and the device accepts what it signed.
 TEST_F(Token, SignsAPackageThatTheDeviceAccepts) {
   const std::string package = dir_ / "package";
-  const std::vector<std::string> arguments = {"sign",
-                                              "--content",
-                                              File("content", "software"),
-                                              "--out",
-                                              package,
-                                              "--signer-key",
-                                              kKeyUri,
-                                              "--passphrase-file",
-                                              File("pin", std::string(kPin) + "\n"),
-                                              "--ca",
-                                              Pki("issuing-ca.pem"),
-                                              "--ca",
-                                              Pki("tsa-ca.pem"),
-                                              "--tsa-cert",
-                                              Pki("tsa.pem"),
-                                              "--tsa-key",
-                                              Pki("tsa.key"),
-                                              "--crl",
-                                              Pki("bundle.pem"),
-                                              "--root",
-                                              Pki("root.pem"),
-                                              "--timestamp-time",
-                                              packtest::kTime};
+  const packtest::Words arguments = packtest::Join(
+      {{"sign", "--content", File("content", "software"), "--out", package, "--signer-key", kKeyUri},
+       {"--passphrase-file", File("pin", std::string(kPin) + "\n"), "--timestamp-time", packtest::kTime},
+       packtest::TrustWords(),
+       packtest::LocalStamperWords()});
   const ToolResult result = packtest::Fwpack(arguments);
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.out + result.err, "");
